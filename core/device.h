@@ -1,0 +1,18 @@
+// Which chip is on the other side, told from gESWID at each call.
+#pragma once
+
+#include <cstdint>
+
+namespace esw {
+
+enum class DeviceClass : uint8_t { unknown, a, b };
+
+DeviceClass device_class();
+
+inline bool is_class_a() { return device_class() == DeviceClass::a; }
+inline bool is_class_b() { return device_class() == DeviceClass::b; }
+
+// The later class B chips: their PHY addresses and their DSCP map sit elsewhere.
+bool is_late_class_b();
+
+} // namespace esw

@@ -1,0 +1,32 @@
+// The switch lock: one mutex a process, not recursive.
+#pragma once
+
+#include <pthread.h>
+
+#include "core/thread_safety.h"
+
+namespace esw {
+
+class ESW_CAPABILITY("mutex") SwitchMutex {
+public:
+    [[nodiscard]] bool create() { return pthread_mutex_init(&mutex_, nullptr) == 0; }
+    void destroy() { pthread_mutex_destroy(&mutex_); }
+    void lock() ESW_ACQUIRE();
+    void unlock() ESW_RELEASE();
+
+private:
+    pthread_mutex_t mutex_;
+};
+
+extern SwitchMutex switch_mutex;
+
+// Holds the switch lock to the end of its scope.
+class ESW_SCOPED_CAPABILITY SwitchLock {
+public:
+    [[nodiscard]] SwitchLock() ESW_ACQUIRE(switch_mutex);
+    ~SwitchLock() ESW_RELEASE();
+    SwitchLock(const SwitchLock &) = delete;
+    SwitchLock &operator=(const SwitchLock &) = delete;
+};
+
+} // namespace esw

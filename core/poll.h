@@ -1,0 +1,14 @@
+// The one bounded wait for an engine of the switch.
+#pragma once
+
+#include <cstdint>
+
+#include "core/register.h"
+
+namespace esw {
+
+// Reads reg back to back, without sleeping, until its bits under mask equal wanted. Gives up with
+// ETH_E_TIMEOUT after `budget` reads. A failed read counts as all ones.
+int32_t poll(Register reg, uint32_t mask, uint32_t wanted, unsigned budget);
+
+} // namespace esw

@@ -1,0 +1,16 @@
+// The ports of the switch: 0 and 1 have PHYs, 8 faces the processor.
+#pragma once
+
+#include <cstdint>
+
+namespace esw {
+
+inline constexpr uint32_t cpu_port = 8;
+inline constexpr uint32_t all_ports = 0x103; // as a port set
+
+constexpr bool is_phy_port(uint32_t port) { return port <= 1; }
+constexpr bool is_port(uint32_t port) { return is_phy_port(port) || port == cpu_port; }
+constexpr bool is_port_set(uint32_t ports) { return (ports & ~all_ports) == 0; }
+constexpr uint32_t port_bit(uint32_t port) { return uint32_t{1} << port; }
+
+} // namespace esw

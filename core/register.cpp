@@ -1,0 +1,132 @@
+#include "core/register.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include <esw/core.h>
+
+#include "core/transport.h"
+
+namespace esw {
+namespace {
+
+enum : uint8_t { width_of_read32 = 32, width_of_all_others = 64 };
+
+// All ones when the request fails.
+uint64_t read(Register reg, uint8_t request_width, const char *message)
+{
+    RegisterRequest request{.width = request_width, .page = reg.page, .offset = reg.offset};
+    if (transfer(request, request_read) == 0)
+        return request.value;
+    perror(message);
+    return ~uint64_t{0};
+}
+
+template <typename T>
+constexpr T merge(T old, T mask, T value)
+{
+    return static_cast<T>((old & ~mask) | (value & mask));
+}
+
+template <typename T>
+T operand(const void *at)
+{
+    T value;
+    memcpy(&value, at, sizeof value);
+    return value;
+}
+
+template <typename T>
+int32_t write_operands(Register reg, const void *mask, const void *value)
+{
+    return write(reg, merge(static_cast<T>(read64(reg)), operand<T>(mask), operand<T>(value)));
+}
+
+} // namespace
+
+uint32_t read32(Register reg)
+{
+    return static_cast<uint32_t>(read(reg, width_of_read32, "ESW: read32 error !\n"));
+}
+
+uint64_t read64(Register reg) { return read(reg, width_of_all_others, "ESW: read error !\n"); }
+
+int32_t write(Register reg, uint64_t value)
+{
+    RegisterRequest request{
+        .value = value, .width = width_of_all_others, .page = reg.page, .offset = reg.offset};
+    if (transfer(request, request_write) == 0)
+        return ETH_E_NONE;
+    perror("ESW: write error !\n");
+    return ETH_E_FAIL;
+}
+
+int32_t set_bits(Register reg, uint64_t mask) { return write64_masked(reg, mask, mask); }
+
+int32_t clear_bits(Register reg, uint64_t mask) { return write64_masked(reg, mask, 0); }
+
+int32_t assign_bits(Register reg, uint64_t mask, bool on) { return write64_masked(reg, mask, on ? mask : 0); }
+
+int32_t write32_masked(Register reg, uint32_t mask, uint32_t value)
+{
+    return write(reg, merge(read32(reg), mask, value));
+}
+
+int32_t write64_masked(Register reg, uint64_t mask, uint64_t value)
+{
+    return write(reg, merge(read64(reg), mask, value));
+}
+
+} // namespace esw
+
+using esw::Register;
+
+uint32_t esw_reg_read32(uint8_t page, uint8_t offset, uint8_t width)
+{
+    return esw::read32({page, offset, width});
+}
+
+uint64_t esw_reg_read(uint8_t page, uint8_t offset, uint8_t width)
+{
+    return esw::read64({page, offset, width});
+}
+
+int32_t esw_reg_write(uint8_t page, uint8_t offset, uint8_t width, uint64_t value)
+{
+    return esw::write({page, offset, width}, value);
+}
+
+int32_t esw_reg_mask_set(uint8_t page, uint8_t offset, uint8_t width, uint64_t mask)
+{
+    return esw::set_bits({page, offset, width}, mask);
+}
+
+int32_t esw_reg_mask_clear(uint8_t page, uint8_t offset, uint8_t width, uint64_t mask)
+{
+    return esw::clear_bits({page, offset, width}, mask);
+}
+
+int32_t esw_reg_write32_masked(uint8_t page, uint8_t offset, uint8_t width, uint32_t mask, uint32_t value)
+{
+    return esw::write32_masked({page, offset, width}, mask, value);
+}
+
+int32_t esw_reg_write64_masked(uint8_t page, uint8_t offset, uint8_t width, uint64_t mask, uint64_t value)
+{
+    return esw::write64_masked({page, offset, width}, mask, value);
+}
+
+int32_t esw_reg_write_masked(uint8_t page, uint8_t offset, uint8_t width, const void *mask, const void *value)
+{
+    const Register reg{page, offset, width};
+    switch (width) {
+    case 8:
+        return esw::write_operands<uint8_t>(reg, mask, value);
+    case 16:
+        return esw::write_operands<uint16_t>(reg, mask, value);
+    case 32:
+        return esw::write_operands<uint32_t>(reg, mask, value);
+    default:
+        return esw::write_operands<uint64_t>(reg, mask, value);
+    }
+}

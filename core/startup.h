@@ -1,0 +1,15 @@
+// Lists that ethHw_init() builds once: zeros before, constant after.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace esw {
+
+using RefreshCounts = std::array<int32_t, 241>;
+
+extern RefreshCounts port_refresh_counts;    // kbit/s, ascending
+extern RefreshCounts cfp_refresh_counts;     // ascending
+extern std::array<int32_t, 11> cfp_ref_caps; // ascending
+
+} // namespace esw

@@ -1,0 +1,31 @@
+// The function that a door stands in for.
+#pragma once
+
+#include <atomic>
+
+#include <dlfcn.h>
+
+namespace sim {
+
+template <typename Function>
+class Next {
+public:
+    constexpr Next(Function *, const char *name) : name_(name) {}
+
+    template <typename... Arguments>
+    auto operator()(Arguments... arguments)
+    {
+        void *found = found_.load(std::memory_order_relaxed);
+        if (!found) {
+            found = dlsym(RTLD_NEXT, name_);
+            found_.store(found, std::memory_order_relaxed);
+        }
+        return reinterpret_cast<Function *>(found)(arguments...);
+    }
+
+private:
+    const char *name_;
+    std::atomic<void *> found_ = nullptr;
+};
+
+} // namespace sim

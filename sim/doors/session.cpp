@@ -1,0 +1,123 @@
+#include "sim/doors/session.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "core/wire.h"
+#include "sim/doors/user_memory.h"
+
+namespace sim {
+namespace {
+
+constexpr const char *simulated_interfaces[] = {"lan", "eth0"};
+
+struct BoardFile {
+    const char *path;
+    const char *stand_in;
+};
+constexpr BoardFile shm_files[] = {
+    {"/dev/shm/vid_list.cfg", "shm/vid_list.cfg"},
+    {"/dev/shm/cfp_last_idx.cfg", "shm/cfp_last_idx.cfg"},
+    {"/dev/shm/cfp_rule.cfg", "shm/cfp_rule.cfg"},
+};
+constexpr char no_such_file[] = "no-such-device"; // never created
+
+bool is_simulated(const char *name)
+{
+    for (const char *interface : simulated_interfaces) {
+        if (strncmp(name, interface, esw::interface_name_size) == 0)
+            return true;
+    }
+    return false;
+}
+
+// The kernel takes device requests on any socket.
+bool is_socket(int descriptor)
+{
+    int type = 0;
+    socklen_t size = sizeof type;
+    return getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &size) == 0;
+}
+
+} // namespace
+
+Session::Session(SharedSwitch &shared, const Options &options, const char *directory)
+    : shared_(shared), options_(options), directory_(directory), driver_(shared.state, options)
+{
+    char path[path_size];
+    struct stat status = {};
+    const int control = join_path(path, directory, control_file) ? raw_open(path, O_RDONLY | O_CLOEXEC) : -1;
+    if (control < 0)
+        return;
+    fstat(control, &status);
+    close(control);
+    control_device_id_ = status.st_dev;
+    control_inode_ = status.st_ino;
+}
+
+// By identity, not by number: descriptors may be duplicated, inherited and closed without our knowledge.
+bool Session::is_control_device(int descriptor) const
+{
+    struct stat status = {};
+    return fstat(descriptor, &status) == 0 && status.st_ino == control_inode_ &&
+           status.st_dev == control_device_id_;
+}
+
+int Session::serve_register(Route route, bool write, void *argument)
+{
+    esw::RegisterRequest request;
+    if (!fetch(&request, argument, sizeof request))
+        return EFAULT;
+    {
+        const BoardLock lock(shared_);
+        if (const int error = driver_.serve(route, write, request))
+            return error;
+    }
+    auto *value = &static_cast<esw::RegisterRequest *>(argument)->value;
+    return write || store(value, &request.value, sizeof request.value) ? 0 : EFAULT;
+}
+
+bool Session::serve_interface(unsigned long number, void *argument, int &error)
+{
+    esw::RequestBlock block;
+    if (!fetch(&block, argument, sizeof block) || !is_simulated(block.name))
+        return false; // the kernel's own answer is the right one
+    error = serve_register(Route::interface, number == esw::request_write, block.data);
+    return true;
+}
+
+bool Session::serve(int descriptor, unsigned long number, void *argument, int &result)
+{
+    if (number != esw::request_read && number != esw::request_write)
+        return false;
+    const int kept = errno;
+    int error = 0;
+    if (is_control_device(descriptor))
+        error = serve_register(Route::device, number == esw::request_write, argument);
+    else if (!is_socket(descriptor) || !serve_interface(number, argument, error))
+        return false;
+    errno = error ? error : kept;
+    result = error ? -1 : 0;
+    return true;
+}
+
+const char *Session::redirect(const char *path, char (&to)[path_size]) const
+{
+    if (!path || strncmp(path, "/dev/", 5) != 0)
+        return nullptr;
+    const char *stand_in = nullptr;
+    if (strcmp(path, esw::control_device) == 0)
+        stand_in = options_.device_route ? control_file : no_such_file;
+    for (const BoardFile &file : shm_files) {
+        if (strcmp(path, file.path) == 0)
+            stand_in = file.stand_in;
+    }
+    return stand_in && join_path(to, directory_, stand_in) ? to : nullptr;
+}
+
+} // namespace sim

@@ -1,0 +1,41 @@
+// One process's view of the simulated board, and the requests that it serves.
+#pragma once
+
+#include <sys/types.h>
+
+#include "sim/board/board.h"
+#include "sim/model/driver.h"
+
+namespace sim {
+
+class Session {
+public:
+    Session(SharedSwitch &shared, const Options &options, const char *directory);
+
+    // True when the request is one of the simulated drivers'; `result` is then what ioctl() returns, and
+    // errno is set as they set it.
+    bool serve(int descriptor, unsigned long number, void *argument, int &result);
+
+    // Where a path of the board really lies; null when the path is none of the board's.
+    const char *redirect(const char *path, char (&to)[path_size]) const;
+
+    [[nodiscard]] const Options &options() const { return options_; }
+    Driver &driver() { return driver_; }
+
+private:
+    [[nodiscard]] bool is_control_device(int descriptor) const;
+    int serve_register(Route route, bool write, void *argument);
+    bool serve_interface(unsigned long number, void *argument, int &error);
+
+    SharedSwitch &shared_;
+    const Options &options_;
+    const char *directory_;
+    Driver driver_;
+    dev_t control_device_id_ = 0;
+    ino_t control_inode_ = 0;
+};
+
+// The process's session; null when nothing is simulated, and then every call passes through.
+Session *session();
+
+} // namespace sim

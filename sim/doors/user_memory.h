@@ -1,0 +1,11 @@
+// Memory that the host program names. The kernel answers a bad address with EFAULT; so must its stand-in.
+#pragma once
+
+#include <cstddef>
+
+namespace sim {
+
+bool fetch(void *to, const void *from, size_t size);
+bool store(void *to, const void *from, size_t size); // at most a page
+
+} // namespace sim

@@ -1,0 +1,41 @@
+// What the kernel driver makes of a request: faults, the register access, and a line for the trace.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "core/wire.h"
+#include "sim/model/options.h"
+#include "sim/model/switch.h"
+
+namespace sim {
+
+enum class Route : uint8_t { device, interface };
+
+class Driver {
+public:
+    // Receives each request's line, without a line feed.
+    using Trace = void (*)(void *context, const char *line);
+
+    Driver(State &state, const Options &options) : options_(options), switch_(state, options.behaviour) {}
+
+    void trace_to(Trace trace, void *context)
+    {
+        trace_ = trace;
+        context_ = context;
+    }
+
+    // Serves a register request. 0 when done, else an errno value.
+    int serve(Route route, bool write, esw::RegisterRequest &request);
+
+private:
+    [[nodiscard]] bool fails_now();
+
+    const Options &options_;
+    Switch switch_;
+    uint64_t requests_ = 0;
+    Trace trace_ = nullptr;
+    void *context_ = nullptr;
+};
+
+} // namespace sim

@@ -1,0 +1,29 @@
+// Ports: control, link and frame size.
+#pragma once
+
+#include <array>
+
+#include "sim/model/bank.h"
+
+namespace sim {
+
+inline constexpr std::array port_registers = {
+    // Enabled, spanning-tree field 5: forwarding.
+    Bank{.name = "port-control",
+         .page = 0x00,
+         .offset = 0x00,
+         .width = 8,
+         .count = 2,
+         .stride = 1,
+         .power_on = 0xA0},
+    Bank{.name = "cpu-port-control", .page = 0x02, .offset = 0x00, .width = 8, .power_on = 0x80},
+    Bank{.name = "link-status", .page = 0x01, .offset = 0x00, .width = 16, .power_on = 0x103},
+    Bank{.name = "link-change", .page = 0x01, .offset = 0x02, .width = 16},
+    Bank{.name = "speed", .page = 0x01, .offset = 0x04, .width = 32, .power_on = 0x2000A},
+    Bank{.name = "duplex", .page = 0x01, .offset = 0x08, .width = 16, .power_on = 0x103},
+    Bank{.name = "pause", .page = 0x01, .offset = 0x0A, .width = 32},
+    Bank{.name = "jumbo-ports", .page = 0x40, .offset = 0x01, .width = 32},
+    Bank{.name = "frame-size-limit", .page = 0x40, .offset = 0x05, .width = 16, .power_on = 1518},
+};
+
+} // namespace sim

@@ -1,0 +1,59 @@
+#include "sim/model/registers.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "sim/model/families.h"
+
+namespace sim {
+namespace {
+
+template <size_t... sizes>
+constexpr auto concatenate(const std::array<Bank, sizes> &...families)
+{
+    std::array<Bank, (sizes + ...)> all{};
+    auto next = all.begin();
+    ((next = std::copy(families.begin(), families.end(), next)), ...);
+    std::ranges::sort(all, {}, [](const Bank &bank) { return bank.page << 8 | bank.offset; });
+    return all;
+}
+
+constexpr auto map = concatenate(core_registers, port_registers, l2_registers, vlan_registers, cfp_registers);
+static_assert(map.size() <= max_banks);
+
+// first_on_page[p] .. first_on_page[p + 1] are page p's banks.
+constexpr auto first_on_page = [] {
+    std::array<uint8_t, 257> first{};
+    for (unsigned page = 0; page <= 256; ++page)
+        first[page] =
+            static_cast<uint8_t>(std::ranges::count_if(map, [=](const Bank &b) { return b.page < page; }));
+    return first;
+}();
+
+} // namespace
+
+Located locate(uint8_t page, uint8_t offset)
+{
+    for (unsigned number = first_on_page[page]; number < first_on_page[page + 1U]; ++number) {
+        const Bank &bank = map[number];
+        for (unsigned index = 0; index < bank.count; ++index) {
+            if (bank.offset + index * bank.stride == offset)
+                return {&bank, number, index};
+        }
+    }
+    return {};
+}
+
+const Bank *find_bank(const char *name)
+{
+    const auto *const found =
+        std::ranges::find_if(map, [=](const Bank &b) { return strcmp(b.name, name) == 0; });
+    return found == map.end() ? nullptr : found;
+}
+
+unsigned bank_count() { return map.size(); }
+
+const Bank &bank(unsigned number) { return map[number]; }
+
+} // namespace sim

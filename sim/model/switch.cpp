@@ -1,0 +1,64 @@
+#include "sim/model/switch.h"
+
+#include <cstring>
+
+namespace sim {
+namespace {
+
+constexpr uint64_t reset_bits = 0x90;
+
+} // namespace
+
+void Switch::power_on(uint32_t device_id)
+{
+    memset(&state_, 0, sizeof state_);
+    state_.device_id = device_id;
+    for (unsigned number = 0; number < bank_count(); ++number) {
+        const Bank &b = bank(number);
+        for (unsigned index = 0; index < b.count; ++index)
+            cell(b.page, static_cast<uint8_t>(b.offset + index * b.stride)) = b.power_on;
+    }
+    const Bank *id = find_bank("device-id");
+    cell(id->page, id->offset) = device_id;
+}
+
+uint64_t Switch::read(uint8_t page, uint8_t offset)
+{
+    const auto [bank, number, index] = locate(page, offset);
+    uint64_t value = cell(page, offset);
+    if (!bank)
+        return value;
+    if (bank->reading)
+        value = bank->reading(*this, index, value);
+    if (bank == behaviour_.stuck) {
+        value |= bank->busy;
+    } else if (auto &busy = state_.busy[number]; busy.reads != 0) {
+        --busy.reads;
+        value |= busy.bits;
+    }
+    return value & bank->mask();
+}
+
+void Switch::write(uint8_t page, uint8_t offset, uint64_t value)
+{
+    const auto [bank, number, index] = locate(page, offset);
+    if (!bank) {
+        cell(page, offset) = value;
+        return;
+    }
+    value &= bank->mask();
+    cell(page, offset) = value & ~bank->busy;
+    if (value & bank->busy)
+        state_.busy[number] = {behaviour_.latency, static_cast<uint32_t>(value & bank->busy)};
+    if (bank->written)
+        bank->written(*this, index, value);
+}
+
+// A reset brings every register back to its power-on contents. The start bits clear themselves.
+void switch_reset_written(Switch &simulated, unsigned, uint64_t value)
+{
+    if ((value & reset_bits) == reset_bits)
+        simulated.power_on(simulated.state().device_id);
+}
+
+} // namespace sim

@@ -1,0 +1,47 @@
+// The simulated switch: registers and the engines behind them. Knows nothing of drivers and processes.
+#pragma once
+
+#include <cstdint>
+
+#include "sim/model/registers.h"
+
+namespace sim {
+
+// Everything that the switch remembers. Plain data: it lives in memory that processes share.
+struct State {
+    uint32_t device_id;
+    uint32_t unused;
+    // Addresses that no known register occupies keep whatever 64 bits were written there last.
+    uint64_t cells[256][256];
+    struct {
+        uint32_t reads; // that still show the bits
+        uint32_t bits;
+    } busy[max_banks];
+};
+
+// How the switch behaves towards one process.
+struct Behaviour {
+    uint32_t latency = 0;        // reads that show a busy bit before it clears
+    const Bank *stuck = nullptr; // whose busy bits never clear
+};
+
+class Switch {
+public:
+    Switch(State &state, const Behaviour &behaviour) : state_(state), behaviour_(behaviour) {}
+
+    void power_on(uint32_t device_id);
+
+    uint64_t read(uint8_t page, uint8_t offset);
+    void write(uint8_t page, uint8_t offset, uint64_t value);
+
+    // For the engines: a register's contents, without side effects.
+    uint64_t &cell(uint8_t page, uint8_t offset) { return state_.cells[page][offset]; }
+    State &state() { return state_; }
+    [[nodiscard]] const Behaviour &behaviour() const { return behaviour_; }
+
+private:
+    State &state_;
+    const Behaviour &behaviour_;
+};
+
+} // namespace sim

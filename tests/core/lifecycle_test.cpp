@@ -1,0 +1,244 @@
+// esw_init, esw_exit and the states between them.
+#include "tests/support/board.h"
+
+#include <filesystem>
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <esw.h>
+
+#include "core/interface_name.h"
+
+namespace {
+
+using namespace test;
+using testing::HasSubstr;
+
+size_t open_descriptors()
+{
+    const auto list = std::filesystem::directory_iterator("/proc/self/fd");
+    return static_cast<size_t>(std::distance(begin(list), end(list)));
+}
+
+class Lifecycle : public Board {
+protected:
+    // gSocket and gFd as the states name them: -1, 0, or 1 for any open descriptor.
+    static std::pair<int, int> descriptors() { return {std::min(gSocket, 1), std::min(gFd, 1)}; }
+};
+
+TEST_F(Lifecycle, AtLoadNothingIsOpenAndEveryRequestFails)
+{
+    EXPECT_EQ(gESWID, 0xFFFFFFFF);
+    EXPECT_EQ(descriptors(), std::pair(-1, -1));
+    const Texts texts = printed([] {
+        EXPECT_EQ(esw_reg_read32(0, 0, 8), 0xFFFFFFFF);
+        EXPECT_EQ(esw_reg_read(0, 0, 8), ~uint64_t{0});
+        EXPECT_EQ(esw_reg_write(0, 0, 8, 1), -1);
+    });
+    EXPECT_EQ(texts.error, "ESW: read32 error !\n: Bad file descriptor\n"
+                           "ESW: read error !\n: Bad file descriptor\n"
+                           "ESW: write error !\n: Bad file descriptor\n");
+    EXPECT_THAT(log(), IsEmpty());
+}
+
+TEST_F(Lifecycle, InitialisesOnTheDeviceRoute)
+{
+    EXPECT_EQ(esw_init("eth0"), 0);
+    EXPECT_EQ(gESWID, class_b);
+    EXPECT_EQ(descriptors(), std::pair(1, 1));
+    const Lines lines = log();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0], "read 02:30 w64 -> 0x2404");
+    EXPECT_EQ(lines[1], fmt::format("syslog 6: \nPID {} ThreadID {} pthread_mutex_init()\n", getpid(),
+                                    static_cast<int>(pthread_self())));
+
+    const size_t descriptors_before = open_descriptors();
+    EXPECT_EQ(printed([] { EXPECT_EQ(esw_init("lan"), 0); }).out, "ESW: Already initialized!\n");
+    EXPECT_EQ(open_descriptors(), descriptors_before);
+    EXPECT_THAT(log(), IsEmpty());
+
+    EXPECT_EQ(esw_exit(), -1);
+    EXPECT_THAT(log(), ElementsAre(HasSubstr("pthread_mutex_destroy()\n")));
+    EXPECT_EQ(descriptors(), std::pair(-1, -1));
+    EXPECT_EQ(open_descriptors(), descriptors_before - 2);
+    EXPECT_EQ(gESWID, class_b);
+    EXPECT_EQ(esw_init("eth0"), 0);
+}
+
+TEST_F(Lifecycle, ClassASelectsItsLayerAndClassBDoesNot)
+{
+    power_on(class_a);
+    reg(0x30, 0x00) = 0x0F;
+    EXPECT_EQ(esw_init("eth0"), 0);
+    EXPECT_EQ(reg(0x30, 0x00), 0x83u);
+}
+
+TEST_F(Lifecycle, WithoutTheDeviceTheInterfaceRouteServes)
+{
+    options().device_route = false;
+    EXPECT_EQ(esw_init("eth0"), 0);
+    EXPECT_EQ(descriptors(), std::pair(1, 0));
+    EXPECT_EQ(log()[0], "interface read 02:30 w64 -> 0x2404");
+
+    // The route is decided anew for each request.
+    options().device_route = true;
+    gFd = open("/dev/esw-ctl", O_RDWR);
+    EXPECT_EQ(requests([] { esw_reg_read32(0x02, 0x30, 32); }), Lines{"read 02:30 w32 -> 0x2404"});
+}
+
+TEST_F(Lifecycle, DescriptorZeroIsNoDevice)
+{
+    const int input = dup(0);
+    close(0);
+    EXPECT_EQ(esw_init("eth0"), 0); // the device opens as descriptor 0
+    EXPECT_EQ(descriptors(), std::pair(1, 0));
+    EXPECT_EQ(log()[0], "interface read 02:30 w64 -> 0x2404");
+    esw_exit();
+    EXPECT_EQ(fcntl(0, F_GETFD), 0) << "the library closed a descriptor that counts as none";
+    dup2(input, 0);
+    close(input);
+}
+
+TEST_F(Lifecycle, SocketFailureKeepsTheDeviceOpenUntilExit)
+{
+    options().no_socket = true;
+    const Texts texts = printed([] { EXPECT_EQ(esw_init("eth0"), ETH_E_FAIL); });
+    EXPECT_EQ(texts.error, "ESW: open socket error!\n: Too many open files\n");
+    EXPECT_EQ(descriptors(), std::pair(0, 1));
+    EXPECT_THAT(log(), IsEmpty());
+    EXPECT_EQ(printed([] { EXPECT_EQ(esw_init("eth0"), 0); }).out, "ESW: Already initialized!\n");
+    esw_exit();
+    EXPECT_EQ(descriptors(), std::pair(-1, -1));
+    options().no_socket = false;
+    EXPECT_EQ(esw_init("eth0"), 0);
+}
+
+TEST_F(Lifecycle, LockFailureBuildsNothing)
+{
+    power_on(class_a);
+    options().no_lock = true;
+    EXPECT_EQ(esw_init("eth0"), ETH_E_FAIL);
+    EXPECT_THAT(log(), ElementsAre("read 02:30 w64 -> 0x11140", "syslog 3: \n mutex init failed\n"));
+    EXPECT_EQ(descriptors(), std::pair(1, 1));
+    EXPECT_EQ(printed([] { EXPECT_EQ(esw_init("eth0"), 0); }).out, "ESW: Already initialized!\n");
+    options().no_lock = false;
+    esw_exit();
+    EXPECT_EQ(esw_init("eth0"), 0);
+}
+
+TEST_F(Lifecycle, AFailedIdReadRejectsTheDevice)
+{
+    options().all_requests_fail = true;
+    const Texts texts = printed([] { EXPECT_EQ(esw_init("eth0"), ETH_E_FAIL); });
+    EXPECT_EQ(texts.out, "Switch(0xffffffff) NOT supported!\n");
+    EXPECT_EQ(texts.error, "ESW: read error !\n: Input/output error\n");
+    EXPECT_EQ(descriptors(), std::pair(-1, -1));
+}
+
+TEST_F(Lifecycle, ExitWithoutInitLogsAndClosesNothing)
+{
+    EXPECT_EQ(esw_exit(), -1);
+    EXPECT_THAT(log(), ElementsAre(HasSubstr("pthread_mutex_destroy()")));
+    EXPECT_EQ(descriptors(), std::pair(-1, -1));
+}
+
+TEST_F(Lifecycle, AcceptsTwelveDeviceIdsAndNoneBeside)
+{
+    const std::pair<uint32_t, bool> ids[] = {
+        {0x11140, true},  {0x1113F, false}, {0x1140, false}, {0x11141, false}, {0x2360, true},
+        {0x12360, false}, {0xD300, true},   {0xD301, false}, {0xD30F, false},  {0xD310, true},
+        {0xD311, true},   {0xD312, true},   {0xD313, true},  {0xD314, true},   {0xD315, false},
+        {0x2403, false},  {0x2404, true},   {0x2405, false}, {0x2407, true},   {0x2408, false},
+        {0x2409, true},   {0x240A, false},  {0x5075, true},  {0x5076, false},  {0, false},
+    };
+    const size_t before = open_descriptors();
+    for (const auto &[id, accepted] : ids) {
+        SCOPED_TRACE(fmt::format("{:#x}", id));
+        power_on(id);
+        int32_t result = 5;
+        const Texts texts = printed([&] { result = esw_init("eth0"); });
+        EXPECT_EQ(result, accepted ? 0 : -1);
+        EXPECT_EQ(gESWID, id);
+        EXPECT_EQ(texts.out, accepted ? "" : fmt::format("Switch(0x{:x}) NOT supported!\n", id));
+        EXPECT_EQ(descriptors(), accepted ? std::pair(1, 1) : std::pair(-1, -1));
+        EXPECT_EQ(open_descriptors(), before + (accepted ? 2 : 0));
+        if (accepted) // a rejected device leaves the library ready for another try
+            esw_exit();
+    }
+}
+
+// The interface route is served for "lan" and "eth0" alone: a request that succeeds names one of them.
+TEST_F(Lifecycle, PrefersAnInterfaceNamedLan)
+{
+    struct {
+        const char *given;
+        std::vector<std::string> interfaces;
+        bool served;
+    } const cases[] = {
+        {"eth0", {}, true},
+        {"nosuch0", {}, false},
+        {"nosuch0", {"lo", "lan", "lan"}, true},
+        {"nosuch0", {"lo", "lan0", "wlan", "la"}, false},
+        {"eth0", {"lan0"}, true},
+        {"eth0567890123456", {}, false},
+    };
+    options().device_route = false;
+    for (const auto &c : cases) {
+        interfaces(c.interfaces);
+        int32_t result = 5;
+        printed([&] { result = esw_init(c.given); });
+        EXPECT_EQ(result, c.served ? 0 : -1) << c.given << ' ' << testing::PrintToString(c.interfaces);
+        esw_exit();
+    }
+}
+
+TEST_F(Lifecycle, WithoutAnInterfaceListTheCallersNameStays)
+{
+    options().device_route = false;
+    no_interface_list();
+    EXPECT_EQ(esw_init("eth0"), 0);
+}
+
+TEST(InterfaceName, IsCopiedAsStrncpyDoes)
+{
+    const std::pair<const char *, std::string> cases[] = {
+        {"", std::string(16, '\0')},
+        {"lan", std::string("lan") + std::string(13, '\0')},
+        {"0123456789abcde", std::string("0123456789abcde") + '\0'},
+        {"0123456789abcdef", "0123456789abcdef"},
+        {"0123456789abcdefgh", "0123456789abcdef"},
+    };
+    for (const auto &[name, bytes] : cases) {
+        char field[16];
+        memset(field, 'x', sizeof field);
+        esw::copy_interface_name(field, name);
+        EXPECT_EQ(std::string(field, sizeof field), bytes) << name;
+    }
+}
+
+TEST_F(Lifecycle, SendIoctlTakesTheDataPointerFromTheBlock)
+{
+    start();
+    struct {
+        uint64_t value;
+        uint8_t width, page, offset, padding[5];
+    } request{0, 64, 0x02, 0x30, {}};
+    const void *data = &request;
+    char block[1 + 40] = {}; // at an odd address
+    memcpy(block + 1, "eth0", 5);
+    memcpy(block + 1 + 16, &data, sizeof data);
+
+    EXPECT_EQ(esw_send_ioctl(block + 1, 0x89F1, 0), 0);
+    EXPECT_EQ(request.value, class_b);
+    request.value = 0;
+    EXPECT_EQ(esw_send_ioctl(block + 1, 0x89F1, 2), 0) << "any non-zero flag means the socket";
+    EXPECT_EQ(request.value, class_b);
+    EXPECT_THAT(log(), ElementsAre("read 02:30 w64 -> 0x2404", "interface read 02:30 w64 -> 0x2404"));
+    EXPECT_EQ(esw_send_ioctl(block + 1, 0x1234, 0), -1);
+    EXPECT_EQ(errno, ENOTTY);
+}
+
+} // namespace

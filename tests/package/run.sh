@@ -1,0 +1,73 @@
+#!/bin/bash
+# Installs the build, and looks at it as an application's author and a distributor do.
+set -euo pipefail
+build=$1
+sanitized=$2
+source=$(cd "$(dirname "$0")/../.." && pwd)
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+fail() { echo "package: $*" >&2; exit 1; }
+
+DESTDIR=$scratch cmake --install "$build" --prefix /usr >/dev/null
+library=$(find "$scratch" -name 'libesw.so.0.*')
+libdir=$(dirname "$library")
+[ -L "$libdir/libesw.so" ] && [ -L "$libdir/libesw.so.0" ] || fail "a library link is missing"
+
+# What the library exports, what its export list names and what the headers declare are the same.
+exported=$(nm -D --defined-only "$library" | awk '{print $3}' | sort)
+listed=$(sed 's/#.*//' "$source/core/exports.map" | grep -oE '[A-Za-z_0-9]+;' | tr -d ';' | sort)
+declared=$(cat "$scratch"/usr/include/esw/*.h | gcc -fpreprocessed -dD -E -P - 2>/dev/null |
+    grep -oE '\b(esw_|eth_|ethHw_|ethCfp|init_vid_list|get_vid|set_vid|gESWID|gFd|gSocket)[A-Za-z_0-9]*' |
+    grep -vE '_t$|^ESW' | sort -u)
+diff <(echo "$exported") <(echo "$listed") || fail "exports differ from the export list"
+diff <(echo "$declared") <(echo "$listed") || fail "the headers differ from the export list"
+
+export PKG_CONFIG_SYSROOT_DIR=$scratch PKG_CONFIG_LIBDIR=$libdir/pkgconfig
+warnings="-std=c99 -Wall -Wextra -Wpedantic -Werror"
+sanitizers=$([ "$sanitized" = ON ] && echo "-fsanitize=address,undefined" || true)
+run() { # program
+    ASAN_OPTIONS=verify_asan_link_order=0 LD_LIBRARY_PATH=$libdir \
+        "$scratch/usr/bin/esw-sim" --state "$scratch/state" --reset "$1"
+}
+for pie in -no-pie -pie; do
+    # shellcheck disable=SC2046,SC2086
+    cc $warnings $pie $([ "$pie" = -pie ] && echo -fPIE || echo -fno-pie) $sanitizers "$source/tests/package/app.c" \
+        -o "$scratch/app" $(pkg-config --cflags --libs esw)
+    [ "$(run "$scratch/app")" = fine ] || fail "the application ($pie) does not work"
+done
+
+mkdir "$scratch/cmake-app"
+cp "$source/tests/package/app.c" "$scratch/cmake-app/"
+cat > "$scratch/cmake-app/CMakeLists.txt" <<CMAKE
+cmake_minimum_required(VERSION 3.25)
+project(app C)
+find_package(esw 0.1 REQUIRED)
+add_executable(app app.c)
+target_compile_options(app PRIVATE $sanitizers)
+target_link_options(app PRIVATE $sanitizers)
+target_link_libraries(app PRIVATE esw::esw)
+CMAKE
+cmake -S "$scratch/cmake-app" -B "$scratch/cmake-app" -DCMAKE_PREFIX_PATH="$scratch/usr" >/dev/null
+cmake --build "$scratch/cmake-app" >/dev/null
+[ "$(run "$scratch/cmake-app/app")" = fine ] || fail "the CMake application does not work"
+
+# A C++ application must not see more than a C one.
+echo '#include <esw.h>
+int main() { return esw_exit() + 1; }' | c++ -x c++ -std=c++11 -Wall -Wextra -Wpedantic -Werror -fsyntax-only \
+    "-I$scratch/usr/include" -
+
+[ "$sanitized" = ON ] && exit 0
+
+# Libc is all that it needs, it allocates nothing, and it is small.
+needed=$(readelf -d "$library" | grep -oP 'NEEDED.*\[\K[^]]+')
+[ "$needed" = libc.so.6 ] || fail "the library needs $needed"
+heap=$(nm -D --undefined-only "$library" | grep -E ' (malloc|calloc|realloc|free|_Zn|_Zd|__cxa_(throw|guard))' || true)
+[ -z "$heap" ] || fail "the library refers to $heap"
+strip -o "$scratch/stripped" "$library"
+size=$(stat -c %s "$scratch/stripped")
+text=$(size -A "$library" | awk '$1 == ".text" {print $2}')
+echo "stripped library: $size bytes, .text: $text bytes"
+[ "$size" -lt 40960 ] || fail "the stripped library has $size bytes"
+[ "$text" -lt 18432 ] || fail "the library's code has $text bytes"
+preload=$(readelf -d "$libdir/libesw-sim.so" | grep -oP 'NEEDED.*\[\K[^]]+')
+[ "$preload" = libc.so.6 ] || fail "the preload library needs $preload"

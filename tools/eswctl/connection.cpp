@@ -1,0 +1,63 @@
+#include "eswctl/connection.h"
+
+#include <cerrno>
+#include <cstdio>
+
+#include <net/if.h>
+#include <unistd.h>
+
+#include <esw.h>
+#include <fmt/format.h>
+
+#include "eswctl/command.h"
+#include "eswctl/terminal.h"
+
+namespace eswctl {
+namespace {
+
+constexpr char control_device[] = "/dev/esw-ctl";
+constexpr uint32_t nothing_read = 0xFFFFFFFF;
+
+std::string what_is_missing(const std::string &interface)
+{
+    if (access(control_device, R_OK | W_OK) == 0)
+        return fmt::format("the driver behind {} does not answer", control_device);
+    if (errno == EACCES)
+        return fmt::format("no permission to open {}", control_device);
+    return fmt::format("there is no {}, and interface {} {}", control_device, interface,
+                       if_nametoindex(interface.c_str()) ? "has no switch driver" : "does not exist");
+}
+
+std::string why(const std::string &interface)
+{
+    if (gSocket == 0)
+        return "no socket can be created";
+    if (gSocket > 0)
+        return "the switch lock cannot be created";
+    if (gESWID != nothing_read)
+        return fmt::format("the switch's device ID {:#x} is not supported", gESWID);
+    return fmt::format("no switch found: {}; to try it on the simulated switch, use esw-sim eswctl ...",
+                       what_is_missing(interface));
+}
+
+} // namespace
+
+Connection::Connection(const std::string &interface)
+{
+    HeldBack messages;
+    const bool connected = esw_init(interface.c_str()) == ETH_E_NONE;
+    const std::string text = messages.release();
+    // Without a switch, one line says it better than the library's account of each step.
+    const bool nothing_there = !connected && gSocket < 0 && gESWID == nothing_read;
+    if (!nothing_there)
+        fmt::print(stderr, "{}", text);
+    if (connected)
+        return;
+    const std::string reason = why(interface);
+    esw_exit();
+    throw Refused{reason};
+}
+
+Connection::~Connection() { esw_exit(); }
+
+} // namespace eswctl

@@ -1,0 +1,17 @@
+// The library, initialised for the length of one command.
+#pragma once
+
+#include <string>
+
+namespace eswctl {
+
+class Connection {
+public:
+    // Throws Refused, in one line that says what is missing.
+    explicit Connection(const std::string &interface);
+    ~Connection();
+    Connection(const Connection &) = delete;
+    Connection &operator=(const Connection &) = delete;
+};
+
+} // namespace eswctl

@@ -1,0 +1,15 @@
+#include "eswctl/families.h"
+
+namespace eswctl {
+
+const std::vector<Family> &families()
+{
+    static const std::vector<Family> all = {
+        general_family(),
+        register_family(),
+        port_family(),
+    };
+    return all;
+}
+
+} // namespace eswctl

@@ -1,0 +1,111 @@
+#include "eswctl/output.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+#include <time.h>
+#include <unistd.h>
+
+#include <fmt/format.h>
+
+#include "eswctl/command.h"
+#include "eswctl/terminal.h"
+
+namespace eswctl {
+namespace {
+
+bool as_json_documents = false;
+volatile sig_atomic_t interrupted = 0;
+
+void note_interrupt(int) { interrupted = 1; }
+
+Refused file_failure(const char *what, const std::string &path)
+{
+    return {fmt::format("cannot {} {}: {}", what, path, strerror(errno))};
+}
+
+} // namespace
+
+void print_as_json(bool json) { as_json_documents = json; }
+
+void print_or_throw(const std::string &text)
+{
+    if (!print(text))
+        throw Refused{fmt::format("cannot write the output: {}", strerror(errno))};
+}
+
+void emit(const Report &report)
+{
+    if (!report.value.is_null())
+        print_or_throw(as_json_documents ? as_json(report) : as_text(report));
+}
+
+bool wait_for_next(double seconds)
+{
+    struct sigaction action = {};
+    action.sa_handler = note_interrupt;
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+    timespec rest{};
+    rest.tv_sec = static_cast<time_t>(seconds);
+    rest.tv_nsec = static_cast<long>((seconds - static_cast<double>(rest.tv_sec)) * 1e9);
+    while (!interrupted && nanosleep(&rest, &rest) != 0 && errno == EINTR) {
+    }
+    return !interrupted;
+}
+
+Progress::Progress(std::string what, size_t total)
+    : what_(std::move(what)), total_(total), shown_(isatty(STDERR_FILENO) != 0)
+{}
+
+void Progress::advance_to(size_t done)
+{
+    if (!shown_)
+        return;
+    if (total_ == 0)
+        fmt::print(stderr, "\r{}: {}", what_, done);
+    else
+        fmt::print(stderr, "\r{}: {} of {} [{:<30}]", what_, done, total_,
+                   std::string(done * 30 / total_, '='));
+}
+
+Progress::~Progress()
+{
+    if (shown_)
+        fmt::print(stderr, "\r\033[K");
+}
+
+void write_file(const std::string &path, const std::string &text)
+{
+    const std::string scratch = fmt::format("{}.{}", path, getpid());
+    std::ofstream file(scratch, std::ios::binary);
+    file << text;
+    file.close();
+    if (file && rename(scratch.c_str(), path.c_str()) == 0)
+        return;
+    const Refused failure = file_failure("write", path);
+    unlink(scratch.c_str());
+    throw failure;
+}
+
+std::string read_file(const std::string &path)
+{
+    std::ifstream file;
+    if (path != "-") {
+        errno = std::filesystem::is_directory(path) ? EISDIR : 0;
+        if (errno == 0)
+            file.open(path, std::ios::binary);
+        if (errno != 0 || !file)
+            throw file_failure("read", path);
+    }
+    std::istream &stream = path == "-" ? std::cin : file;
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+} // namespace eswctl

@@ -1,0 +1,44 @@
+// The one way from a report to the user, and what commands that go on for a while need.
+#pragma once
+
+#include <string>
+
+#include "eswctl/report.h"
+
+namespace eswctl {
+
+// Chosen once, by --json.
+void print_as_json(bool json);
+
+// Prints a report. Commands return their report; one that goes on (a watch) emits each state as it comes and
+// returns an empty report in the end: as JSON that is one document a line. Throws Refused when nobody takes
+// it.
+void emit(const Report &report);
+
+void print_or_throw(const std::string &text);
+
+// Sleeps. False when the user pressed Ctrl-C: the command then ends in order.
+bool wait_for_next(double seconds);
+
+// A line on standard error that tells how far a long command is; nothing unless that is a terminal.
+class Progress {
+public:
+    explicit Progress(std::string what, size_t total = 0); // 0: unknown
+    ~Progress();                                           // clears the line
+    Progress(const Progress &) = delete;
+    Progress &operator=(const Progress &) = delete;
+
+    void advance_to(size_t done);
+
+private:
+    std::string what_;
+    size_t total_;
+    bool shown_;
+};
+
+// Whole files. Written under another name first and then renamed, so that nobody reads half of one.
+// Throw Refused with the system's reason.
+void write_file(const std::string &path, const std::string &text);
+std::string read_file(const std::string &path); // "-" is standard input
+
+} // namespace eswctl

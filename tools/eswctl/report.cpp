@@ -1,0 +1,124 @@
+#include "eswctl/report.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+namespace eswctl {
+namespace {
+
+std::string cell(const Json &value)
+{
+    if (value.is_null())
+        return "-";
+    if (value.is_boolean())
+        return value.get<bool>() ? "yes" : "no";
+    if (value.is_string())
+        return value.get<std::string>();
+    if (!value.is_array())
+        return value.dump();
+    std::string joined;
+    for (const Json &item : value)
+        joined += (joined.empty() ? "" : ",") + cell(item);
+    return joined.empty() ? "-" : joined;
+}
+
+std::string title(const Column &column)
+{
+    return column.unit.empty() ? column.title : fmt::format("{} [{}]", column.title, column.unit);
+}
+
+Json member(const Json &object, const std::string &key) { return object.value(key, Json()); }
+
+// Numbers stand on the right.
+bool is_numeric(const Json &rows, const std::string &key)
+{
+    return std::ranges::all_of(rows, [&](const Json &row) {
+        const Json value = member(row, key);
+        return value.is_number() || value.is_null();
+    });
+}
+
+std::string line(const std::vector<std::string> &cells, const std::vector<size_t> &widths,
+                 const std::vector<bool> &right)
+{
+    std::string text;
+    for (size_t i = 0; i < cells.size(); ++i) {
+        if (right[i])
+            text += fmt::format("{:>{}}  ", cells[i], widths[i]);
+        else
+            text += fmt::format("{:<{}}  ", cells[i], widths[i]);
+    }
+    text.erase(text.find_last_not_of(' ') + 1);
+    return text + '\n';
+}
+
+std::string table_text(const Section &section, const Json &rows)
+{
+    if (rows.empty())
+        return section.when_empty.empty() ? "" : section.when_empty + '\n';
+    std::vector<std::vector<std::string>> lines(1);
+    std::vector<size_t> widths;
+    std::vector<bool> right;
+    for (const Column &column : section.columns) {
+        lines[0].push_back(title(column));
+        widths.push_back(lines[0].back().size());
+        right.push_back(is_numeric(rows, column.key));
+    }
+    for (const Json &row : rows) {
+        std::vector<std::string> &cells = lines.emplace_back();
+        for (size_t i = 0; i < section.columns.size(); ++i) {
+            cells.push_back(cell(member(row, section.columns[i].key)));
+            widths[i] = std::max(widths[i], cells.back().size());
+        }
+    }
+    std::string text;
+    for (const auto &cells : lines)
+        text += line(cells, widths, right);
+    return text;
+}
+
+std::string record_text(const Section &section, const Json &value)
+{
+    size_t width = 0;
+    for (const Column &column : section.columns)
+        width = std::max(width, column.title.size());
+    std::string text;
+    for (const Column &column : section.columns) {
+        const std::string unit = column.unit.empty() ? "" : ' ' + column.unit;
+        text += fmt::format("{:<{}}  {}{}\n", column.title, width, cell(member(value, column.key)), unit);
+    }
+    return text;
+}
+
+} // namespace
+
+Report table(const std::string &key, std::vector<Column> columns, Json rows, const std::string &when_empty)
+{
+    Report report;
+    report.value[key] = std::move(rows);
+    report.sections.push_back({key, std::move(columns), when_empty});
+    return report;
+}
+
+Report record(std::vector<Column> columns, Json value)
+{
+    return {std::move(value), {{"", std::move(columns)}}};
+}
+
+Report done(const std::string &sentence, Json value) { return {std::move(value), {}, sentence}; }
+
+std::string as_text(const Report &report)
+{
+    std::string text;
+    for (const Section &section : report.sections) {
+        const Json &value = section.key.empty() ? report.value : report.value.at(section.key);
+        text += (text.empty() ? "" : "\n");
+        text += value.is_array() ? table_text(section, value) : record_text(section, value);
+    }
+    return report.sentence.empty() ? text : text + report.sentence + '\n';
+}
+
+std::string as_json(const Report &report) { return report.value.dump(2) + '\n'; }
+
+} // namespace eswctl

@@ -1,0 +1,42 @@
+// What a command has to say, once, for people and for programs.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+namespace eswctl {
+
+using Json = nlohmann::ordered_json;
+
+// How one member of the value looks as text.
+struct Column {
+    std::string key;
+    std::string title;
+    std::string unit = ""; // shown behind the title
+};
+
+// A section shows an array of objects as a table, or an object as lines of a name and a value each.
+struct Section {
+    std::string key; // member of the value; empty for the value itself
+    std::vector<Column> columns;
+    std::string when_empty = ""; // what an empty array means
+};
+
+struct Report {
+    Json value = Json::object(); // printed whole as JSON; null prints nothing
+    std::vector<Section> sections = {};
+    std::string sentence = ""; // what a command that changes something has done
+    bool one_of_many = false;  // of a watch: as JSON, it takes one line
+};
+
+Report table(const std::string &key, std::vector<Column> columns, Json rows,
+             const std::string &when_empty = "");
+Report record(std::vector<Column> columns, Json value);
+Report done(const std::string &sentence, Json value);
+
+std::string as_text(const Report &report);
+std::string as_json(const Report &report);
+
+} // namespace eswctl

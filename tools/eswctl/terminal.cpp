@@ -1,0 +1,85 @@
+#include "eswctl/terminal.h"
+
+#include <cstdio>
+#include <iostream>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <fmt/format.h>
+
+namespace eswctl {
+namespace {
+
+int own_output = -1;
+
+// A program started with closed standard descriptors must not get the driver's in their place.
+void occupy_standard_descriptors()
+{
+    for (int descriptor = 0; descriptor <= 2; ++descriptor) {
+        if (fcntl(descriptor, F_GETFD) < 0)
+            open("/dev/null", O_RDWR);
+    }
+}
+
+} // namespace
+
+void separate_output()
+{
+    own_output = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3); // -1 when it is closed: print() tells
+    occupy_standard_descriptors();
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+    setvbuf(stdout, nullptr, _IOLBF, 0);
+}
+
+bool print(const std::string &text)
+{
+    for (size_t done = 0; done < text.size();) {
+        const ssize_t written = write(own_output, text.data() + done, text.size() - done);
+        if (written < 0)
+            return false;
+        done += static_cast<size_t>(written);
+    }
+    return true;
+}
+
+bool confirm(const std::string &question)
+{
+    if (!isatty(STDIN_FILENO) || !isatty(STDERR_FILENO))
+        return true;
+    fmt::print(stderr, "{} [y/N] ", question);
+    std::string answer;
+    std::getline(std::cin, answer);
+    return answer == "y" || answer == "Y" || answer == "yes";
+}
+
+HeldBack::HeldBack()
+    : memory_(memfd_create("eswctl", MFD_CLOEXEC)), output_(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3)),
+      error_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3))
+{
+    fflush(stdout);
+    dup2(memory_, STDOUT_FILENO);
+    dup2(memory_, STDERR_FILENO);
+}
+
+std::string HeldBack::release()
+{
+    if (memory_ < 0)
+        return "";
+    fflush(stdout);
+    dup2(output_, STDOUT_FILENO);
+    dup2(error_, STDERR_FILENO);
+    std::string text(static_cast<size_t>(lseek(memory_, 0, SEEK_END)), '\0');
+    const ssize_t size = pread(memory_, text.data(), text.size(), 0);
+    text.resize(size < 0 ? 0 : static_cast<size_t>(size));
+    close(memory_);
+    close(output_);
+    close(error_);
+    memory_ = -1;
+    return text;
+}
+
+HeldBack::~HeldBack() { release(); }
+
+} // namespace eswctl

@@ -1,0 +1,34 @@
+// The tool's three channels. The library prints its messages on standard output; the tool's own output stays
+// clean, so those messages are sent to standard error.
+#pragma once
+
+#include <string>
+
+namespace eswctl {
+
+// Before anything is printed: takes standard output for the tool, and leaves the library standard error.
+void separate_output();
+
+// False when it can't be written.
+bool print(const std::string &text);
+
+// Asks on the terminal; true without asking when there is none.
+bool confirm(const std::string &question);
+
+// Holds back what is printed to standard output and error, to show it or not once its cause is known.
+class HeldBack {
+public:
+    HeldBack();
+    ~HeldBack();
+    HeldBack(const HeldBack &) = delete;
+    HeldBack &operator=(const HeldBack &) = delete;
+
+    std::string release(); // ends it
+
+private:
+    int memory_;
+    int output_;
+    int error_;
+};
+
+} // namespace eswctl
