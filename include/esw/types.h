@@ -4,14 +4,15 @@
 
 #include <stdint.h>
 
+/* clang-format off */
 #ifdef __cplusplus
-#define ESW_BEGIN_DECLS                                                                                      \
-    _Pragma("GCC visibility push(default)") extern "C" { #define ESW_END_DECLS }                             \
-    _Pragma("GCC visibility pop")
+#define ESW_BEGIN_DECLS _Pragma("GCC visibility push(default)") extern "C" {
+#define ESW_END_DECLS } _Pragma("GCC visibility pop")
 #else
 #define ESW_BEGIN_DECLS _Pragma("GCC visibility push(default)")
 #define ESW_END_DECLS _Pragma("GCC visibility pop")
 #endif
+/* clang-format on */
 
 /* Result codes. Every call that has a result returns a signed 32-bit number: 0 when it is done, a negative
  * code when it failed. Each call's description names the codes that it can return. */
