@@ -4,8 +4,12 @@ BUILD := build/release
 SANITIZED := build/sanitize
 JOBS := $(shell nproc)
 
+# Its account matters only when it fails.
+configure = mkdir -p build && { cmake --preset $(1) $(2) > build/configure-$(1).log 2>&1 || \
+	{ cat build/configure-$(1).log; exit 1; }; }
+
 all: packages
-	@cmake --preset release --log-level=WARNING -DCMAKE_INSTALL_PREFIX=$(PREFIX)
+	@$(call configure,release,-DCMAKE_INSTALL_PREFIX=$(PREFIX))
 	@cmake --build $(BUILD)
 
 # Only what is missing, from packaging/apt-packages.
@@ -20,7 +24,7 @@ test: all
 
 # The same tests under the address and undefined-behaviour sanitizers.
 test-sanitized: packages
-	@cmake --preset sanitize --log-level=WARNING
+	@$(call configure,sanitize,)
 	@cmake --build $(SANITIZED)
 	@ctest --test-dir $(SANITIZED) --output-on-failure --parallel $(JOBS) --no-tests=error
 
@@ -28,7 +32,7 @@ install: all
 	@cmake --install $(BUILD) --prefix $(PREFIX)
 
 lint: packages
-	@cmake --preset clang --log-level=WARNING
+	@$(call configure,clang,)
 	@packaging/lint build/clang
 
 clean:
