@@ -11,4 +11,9 @@ Family general_family();
 Family register_family();
 Family port_family();
 
+// Commands of a single word that have a file of their own.
+Command batch_command();
+Command completion_command();
+Command manual_command();
+
 } // namespace eswctl
