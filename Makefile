@@ -35,7 +35,12 @@ lint: packages
 	@$(call configure,clang,)
 	@packaging/lint build/clang
 
+# The reference as HTML, in build/release/doxygen/html. Warnings are errors.
+doc: all
+	@command -v doxygen > /dev/null || { echo "make doc needs the package doxygen" >&2; exit 1; }
+	@doxygen $(BUILD)/Doxyfile
+
 clean:
 	@rm -rf build
 
-.PHONY: all packages demo test test-sanitized install lint clean
+.PHONY: all packages demo test test-sanitized install lint doc clean
