@@ -12,9 +12,12 @@ all: packages
 	@$(call configure,release,-DCMAKE_INSTALL_PREFIX=$(PREFIX))
 	@cmake --build $(BUILD)
 
-# Only what is missing, from packaging/apt-packages.
+# Only what is missing.
 packages:
-	@packaging/install-packages
+	@packaging/install-packages packaging/build-packages
+
+lint-packages: packages
+	@packaging/install-packages packaging/lint-packages
 
 demo: all
 	@docs/demo $(BUILD)/bin
@@ -31,7 +34,7 @@ test-sanitized: packages
 install: all
 	@cmake --install $(BUILD) --prefix $(PREFIX)
 
-lint: packages
+lint: lint-packages
 	@$(call configure,clang,)
 	@packaging/lint build/clang
 
@@ -43,4 +46,4 @@ doc: all
 clean:
 	@rm -rf build
 
-.PHONY: all packages demo test test-sanitized install lint doc clean
+.PHONY: all packages lint-packages demo test test-sanitized install lint doc clean
