@@ -5,8 +5,8 @@
 
 namespace esw {
 
-// A register of the switch. Small enough to travel in one machine register.
-struct Register {
+// A register of the switch. Aligned so that it travels whole in one machine register.
+struct alignas(4) Register {
     uint8_t page;
     uint8_t offset;
     uint8_t width; // bits
