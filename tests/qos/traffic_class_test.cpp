@@ -31,7 +31,7 @@ TEST_F(TrafficClass, DscpMapStandsWhereTheDeviceHasIt)
         const char *register_of_dscp;
         uint64_t after; // from power-on contents, class DSCP / 8
     } const cases[] = {
-        {early_class_b, 46, 6, "30:3c", 0xBADB6D924924},  {class_b, 46, 6, "30:40", 0xD6DB6D924924},
+        {early_class_b, 46, 6, "30:3c", 0xBADB6D924924},  {class_b, 46, 6, "30:40", 0xBADB6D924924},
         {0xD312, 15, 7, "30:34", 0xE49249000000},         {class_a, 0, 7, "30:30", 0x249249000007},
         {unknown_device, 63, 0, "30:42", 0x1FFFFFDB6DB6},
     };
