@@ -10,5 +10,8 @@ const std::vector<Family> &families();
 Family general_family();
 Family register_family();
 Family port_family();
+Family rate_family();
+Family priority_family();
+Family qos_family();
 
 } // namespace eswctl
