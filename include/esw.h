@@ -43,6 +43,7 @@
 
 #include <esw/core.h>
 #include <esw/port.h>
+#include <esw/qos.h>
 #include <esw/types.h>
 
 #endif

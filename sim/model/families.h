@@ -6,4 +6,5 @@
 #include "sim/model/core.h"
 #include "sim/model/l2.h"
 #include "sim/model/port.h"
+#include "sim/model/qos.h"
 #include "sim/model/vlan.h"
