@@ -10,6 +10,12 @@ const std::vector<Family> &families();
 Family general_family();
 Family register_family();
 Family port_family();
+Family arl_family();
+Family aging_family();
+Family mcast_family();
+Family bpdu_family();
+Family protect_family();
+Family l2_cache_family();
 
 // Commands of a single word that have a file of their own.
 Command batch_command();
