@@ -42,6 +42,7 @@
 #define ESW_H
 
 #include <esw/core.h>
+#include <esw/l2.h>
 #include <esw/port.h>
 #include <esw/qos.h>
 #include <esw/types.h>

@@ -36,6 +36,8 @@ struct Arguments {
     std::vector<std::string> faults;
     std::string trace;
     bool reset = false;
+    std::vector<std::string> stations;
+    std::string elapsed = "0";
     std::vector<std::string> command;
 };
 
@@ -97,6 +99,42 @@ void reset(const fs::path &board, uint32_t device_id)
     sim::Switch(shared->state, plain).power_on(device_id);
     for (const auto &file : fs::directory_iterator(board / sim::shm_directory))
         fs::remove(file);
+}
+
+// What happens on the network before the program starts: time passes, then stations send frames.
+struct Events {
+    uint32_t seconds = 0;
+    std::vector<sim::Station> stations;
+};
+
+Events parse_events(const Arguments &arguments)
+{
+    Events events;
+    for (const std::string &text : arguments.stations) {
+        if (!sim::parse_station(text.c_str(), events.stations.emplace_back()))
+            throw Failure{
+                fmt::format("--learn: '{}' is not accepted; use MAC,VID,PORT such as 02:00:5e:00:53:01,1,0",
+                            text),
+                exit_usage};
+    }
+    uint64_t seconds = 0;
+    if (!sim::parse_number(arguments.elapsed.c_str(), seconds) || seconds > UINT32_MAX)
+        throw Failure{
+            fmt::format("--elapse: '{}' is not accepted; use a number of seconds", arguments.elapsed),
+            exit_usage};
+    events.seconds = static_cast<uint32_t>(seconds);
+    return events;
+}
+
+void simulate(const Events &events, const fs::path &board)
+{
+    sim::SharedSwitch *shared = sim::attach_board(board.c_str());
+    if (!shared)
+        throw Failure{fmt::format("cannot reach the switch in {}: {}", board.string(), strerror(errno))};
+    const sim::BoardLock lock(*shared);
+    sim::let_time_pass(shared->state, events.seconds);
+    for (const sim::Station &station : events.stations)
+        sim::learn(shared->state, station);
 }
 
 fs::path preload_library()
@@ -162,6 +200,11 @@ void describe(CLI::App &app, Arguments &arguments)
         ->allow_extra_args(false);
     app.add_option("--trace", arguments.trace, "write a line for each driver request to this file");
     app.add_flag("--reset", arguments.reset, "start from power-on contents; without a command, do only that");
+    app.add_option("--elapse", arguments.elapsed,
+                   "let this many seconds pass: learned addresses age (default 0)");
+    app.add_option("--learn", arguments.stations,
+                   "MAC,VID,PORT: a station is heard, and the switch learns its address. May be repeated")
+        ->allow_extra_args(false);
     app.set_version_flag("--version", "esw-sim " ESW_VERSION);
     app.prefix_command();
 }
@@ -169,11 +212,15 @@ void describe(CLI::App &app, Arguments &arguments)
 int launch(const Arguments &arguments)
 {
     const uint32_t device_id = check(arguments);
-    if (arguments.command.empty() && !arguments.reset)
+    const Events events = parse_events(arguments);
+    const bool changes_switch = arguments.reset || events.seconds != 0 || !events.stations.empty();
+    if (arguments.command.empty() && !changes_switch)
         throw Failure{"no command is given; use esw-sim [OPTIONS] COMMAND [ARG...]", exit_usage};
     const fs::path board = open_board(arguments, device_id);
     if (arguments.reset)
         reset(board, device_id);
+    if (changes_switch)
+        simulate(events, board);
     if (arguments.command.empty())
         return 0;
     export_environment(arguments, board);

@@ -13,6 +13,12 @@ Family port_family();
 Family rate_family();
 Family priority_family();
 Family qos_family();
+Family arl_family();
+Family aging_family();
+Family mcast_family();
+Family bpdu_family();
+Family protect_family();
+Family l2_cache_family();
 
 // Commands of a single word that have a file of their own.
 Command batch_command();
