@@ -41,8 +41,11 @@
 #ifndef ESW_H
 #define ESW_H
 
+#include <esw/control.h>
 #include <esw/core.h>
+#include <esw/mirror.h>
 #include <esw/port.h>
+#include <esw/stat.h>
 #include <esw/types.h>
 
 #endif

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "sim/model/registers.h"
+#include "sim/model/stat.h"
 
 namespace sim {
 
@@ -17,6 +18,7 @@ struct State {
         uint32_t reads; // that still show the bits
         uint32_t bits;
     } busy[max_banks];
+    Traffic traffic[counting_ports.size()];
 };
 
 // How the switch behaves towards one process.
