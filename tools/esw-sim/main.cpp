@@ -34,6 +34,7 @@ struct Arguments {
     std::string state;
     std::string latency = "0";
     std::vector<std::string> faults;
+    std::vector<std::string> traffic;
     std::string trace;
     bool reset = false;
     std::vector<std::string> command;
@@ -87,16 +88,46 @@ fs::path open_board(const Arguments &arguments, uint32_t device_id)
     return board;
 }
 
-void reset(const fs::path &board, uint32_t device_id)
+sim::SharedSwitch &attach(const fs::path &board)
 {
     sim::SharedSwitch *shared = sim::attach_board(board.c_str());
     if (!shared)
-        throw Failure{fmt::format("cannot reset the switch in {}: {}", board.string(), strerror(errno))};
+        throw Failure{fmt::format("cannot attach to the switch in {}: {}", board.string(), strerror(errno))};
+    return *shared;
+}
+
+void reset(const fs::path &board, uint32_t device_id)
+{
+    sim::SharedSwitch &shared = attach(board);
     const sim::Behaviour plain;
-    const sim::BoardLock lock(*shared);
-    sim::Switch(shared->state, plain).power_on(device_id);
+    const sim::BoardLock lock(shared);
+    sim::Switch(shared.state, plain).power_on(device_id);
     for (const auto &file : fs::directory_iterator(board / sim::shm_directory))
         fs::remove(file);
+}
+
+bool set_traffic(sim::Switch &to, const std::string &text)
+{
+    const size_t equals = text.find('=');
+    uint64_t port = 0;
+    uint64_t rate = 0;
+    return equals != std::string::npos && sim::parse_number(text.substr(0, equals).c_str(), port) &&
+           sim::parse_number(text.substr(equals + 1).c_str(), rate) && rate <= UINT32_MAX &&
+           sim::set_traffic(to, port, static_cast<uint32_t>(rate));
+}
+
+void direct_traffic(const fs::path &board, const std::vector<std::string> &traffic)
+{
+    sim::SharedSwitch &shared = attach(board);
+    const sim::Behaviour plain;
+    const sim::BoardLock lock(shared);
+    sim::Switch simulated(shared.state, plain);
+    for (const std::string &text : traffic) {
+        if (!set_traffic(simulated, text))
+            throw Failure{
+                fmt::format("--traffic: '{}' is not accepted; use 0, 1 or 8, = and frames per second", text),
+                exit_usage};
+    }
 }
 
 fs::path preload_library()
@@ -160,6 +191,10 @@ void describe(CLI::App &app, Arguments &arguments)
            "stuck=REGISTER: its busy bit never clears (a name, or PAGE:OFFSET in hexadecimal); "
            "socket: no socket can be created; lock: the switch lock can't be created. May be repeated")
         ->allow_extra_args(false);
+    app.add_option("--traffic", arguments.traffic,
+                   "PORT=FRAMES: so many frames a second, of mixed sizes, pass the port from now on; 0 ends "
+                   "it. May be repeated; without a command, do only that")
+        ->allow_extra_args(false);
     app.add_option("--trace", arguments.trace, "write a line for each driver request to this file");
     app.add_flag("--reset", arguments.reset, "start from power-on contents; without a command, do only that");
     app.set_version_flag("--version", "esw-sim " ESW_VERSION);
@@ -169,11 +204,14 @@ void describe(CLI::App &app, Arguments &arguments)
 int launch(const Arguments &arguments)
 {
     const uint32_t device_id = check(arguments);
-    if (arguments.command.empty() && !arguments.reset)
+    const bool has_own_work = arguments.reset || !arguments.traffic.empty();
+    if (arguments.command.empty() && !has_own_work)
         throw Failure{"no command is given; use esw-sim [OPTIONS] COMMAND [ARG...]", exit_usage};
     const fs::path board = open_board(arguments, device_id);
     if (arguments.reset)
         reset(board, device_id);
+    if (!arguments.traffic.empty())
+        direct_traffic(board, arguments.traffic);
     if (arguments.command.empty())
         return 0;
     export_environment(arguments, board);

@@ -5,9 +5,7 @@ namespace eswctl {
 const std::vector<Family> &families()
 {
     static const std::vector<Family> all = {
-        general_family(),
-        register_family(),
-        port_family(),
+        general_family(), register_family(), port_family(), stat_family(), mirror_family(), control_family(),
     };
     return all;
 }

@@ -10,6 +10,9 @@ const std::vector<Family> &families();
 Family general_family();
 Family register_family();
 Family port_family();
+Family stat_family();
+Family mirror_family();
+Family control_family();
 
 // Commands of a single word that have a file of their own.
 Command batch_command();
