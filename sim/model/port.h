@@ -7,6 +7,8 @@
 
 namespace sim {
 
+void cpu_port_control_written(Switch &, unsigned index, uint64_t value); // its bit 0 clears the counters
+
 inline constexpr std::array port_registers = {
     // Enabled, spanning-tree field 5: forwarding.
     Bank{.name = "port-control",
@@ -16,7 +18,12 @@ inline constexpr std::array port_registers = {
          .count = 2,
          .stride = 1,
          .power_on = 0xA0},
-    Bank{.name = "cpu-port-control", .page = 0x02, .offset = 0x00, .width = 8, .power_on = 0x80},
+    Bank{.name = "cpu-port-control",
+         .page = 0x02,
+         .offset = 0x00,
+         .width = 8,
+         .power_on = 0x80,
+         .written = cpu_port_control_written},
     Bank{.name = "link-status", .page = 0x01, .offset = 0x00, .width = 16, .power_on = 0x103},
     Bank{.name = "link-change", .page = 0x01, .offset = 0x02, .width = 16},
     Bank{.name = "speed", .page = 0x01, .offset = 0x04, .width = 32, .power_on = 0x2000A},

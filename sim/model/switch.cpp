@@ -1,5 +1,7 @@
 #include "sim/model/switch.h"
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace sim {
@@ -25,6 +27,8 @@ void Switch::power_on(uint32_t device_id)
 uint64_t Switch::read(uint8_t page, uint8_t offset)
 {
     const auto [bank, number, index] = locate(page, offset);
+    if (bank && bank->refresh)
+        bank->refresh(*this);
     uint64_t value = cell(page, offset);
     if (!bank)
         return value;
@@ -54,11 +58,15 @@ void Switch::write(uint8_t page, uint8_t offset, uint64_t value)
         bank->written(*this, index, value);
 }
 
-// A reset brings every register back to its power-on contents. The start bits clear themselves.
+// A reset brings every register back to its power-on contents; the traffic comes from outside and goes on.
+// The start bits clear themselves.
 void switch_reset_written(Switch &simulated, unsigned, uint64_t value)
 {
-    if ((value & reset_bits) == reset_bits)
-        simulated.power_on(simulated.state().device_id);
+    if ((value & reset_bits) != reset_bits)
+        return;
+    const std::array outside = std::to_array(simulated.state().traffic);
+    simulated.power_on(simulated.state().device_id);
+    std::ranges::copy(outside, simulated.state().traffic);
 }
 
 } // namespace sim

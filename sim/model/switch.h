@@ -5,6 +5,7 @@
 
 #include "sim/model/l2.h"
 #include "sim/model/registers.h"
+#include "sim/model/stat.h"
 
 namespace sim {
 
@@ -19,6 +20,7 @@ struct State {
         uint32_t bits;
     } busy[max_banks];
     AddressTable arl;
+    Traffic traffic[counting_ports.size()];
 };
 
 // How the switch behaves towards one process.

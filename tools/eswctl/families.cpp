@@ -18,6 +18,9 @@ const std::vector<Family> &families()
         rate_family(),
         priority_family(),
         qos_family(),
+        stat_family(),
+        mirror_family(),
+        control_family(),
     };
     // clang-format on
     return all;

@@ -19,6 +19,9 @@ Family mcast_family();
 Family bpdu_family();
 Family protect_family();
 Family l2_cache_family();
+Family stat_family();
+Family mirror_family();
+Family control_family();
 
 // Commands of a single word that have a file of their own.
 Command batch_command();
