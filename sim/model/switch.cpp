@@ -20,6 +20,7 @@ void Switch::power_on(uint32_t device_id)
     }
     const Bank *id = find_bank("device-id");
     cell(id->page, id->offset) = device_id;
+    power_on_phys(*this);
 }
 
 uint64_t Switch::read(uint8_t page, uint8_t offset)
@@ -54,11 +55,16 @@ void Switch::write(uint8_t page, uint8_t offset, uint64_t value)
         bank->written(*this, index, value);
 }
 
-// A reset brings every register back to its power-on contents. The start bits clear themselves.
+// A reset brings every register back to its power-on contents, but plugs in no cable. The start bits clear
+// themselves.
 void switch_reset_written(Switch &simulated, unsigned, uint64_t value)
 {
-    if ((value & reset_bits) == reset_bits)
-        simulated.power_on(simulated.state().device_id);
+    if ((value & reset_bits) != reset_bits)
+        return;
+    const uint32_t unplugged = simulated.state().unplugged;
+    simulated.power_on(simulated.state().device_id);
+    for (unsigned port = 0; port < phy_count; ++port)
+        plug_cable(simulated, port, (unplugged >> port & 1) == 0);
 }
 
 } // namespace sim

@@ -146,7 +146,9 @@ void Board::start(uint32_t device_id)
     log();
 }
 
-uint64_t &Board::reg(uint8_t page, uint8_t offset) { return world->shared->state.cells[page][offset]; }
+sim::State &Board::state() { return world->shared->state; }
+
+uint64_t &Board::reg(uint8_t page, uint8_t offset) { return state().cells[page][offset]; }
 
 Lines Board::log()
 {

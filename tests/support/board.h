@@ -38,6 +38,9 @@ protected:
     // A register's contents.
     uint64_t &reg(uint8_t page, uint8_t offset);
 
+    // Everything else that the switch remembers.
+    sim::State &state();
+
     // What the library did since the last call: one line for each request ("read 02:30 w64 -> 0x2404",
     // "write 00:79 w64 <- 0x90", with " failed" behind), "lock" and "unlock" for the switch lock, and
     // "syslog PRIORITY: TEXT".

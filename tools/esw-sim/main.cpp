@@ -34,6 +34,7 @@ struct Arguments {
     std::string state;
     std::string latency = "0";
     std::vector<std::string> faults;
+    std::vector<std::string> links;
     std::string trace;
     bool reset = false;
     std::vector<std::string> command;
@@ -54,9 +55,15 @@ uint32_t check(const Arguments &arguments)
     for (const std::string &fault : arguments.faults) {
         if (!sim::parse_fault(fault.c_str(), options))
             throw Failure{
-                fmt::format("--fault: '{}' is not accepted; use nth=N, all, stuck=REGISTER, socket or lock",
-                            fault),
+                fmt::format(
+                    "--fault: '{}' is not accepted; use nth=N, all, mii, eee, stuck=REGISTER, socket or lock",
+                    fault),
                 exit_usage};
+    }
+    for (const std::string &link : arguments.links) {
+        if (link != "0=up" && link != "0=down" && link != "1=up" && link != "1=down")
+            throw Failure{fmt::format("--link: '{}' is not accepted; use 0=up, 0=down, 1=up or 1=down", link),
+                          exit_usage};
     }
     if (!sim::parse_number(arguments.device.c_str(), number) || number > UINT32_MAX)
         throw Failure{fmt::format("--device: '{}' is not accepted; use a 32-bit number", arguments.device),
@@ -87,16 +94,33 @@ fs::path open_board(const Arguments &arguments, uint32_t device_id)
     return board;
 }
 
-void reset(const fs::path &board, uint32_t device_id)
+sim::SharedSwitch &attach(const fs::path &board)
 {
     sim::SharedSwitch *shared = sim::attach_board(board.c_str());
     if (!shared)
-        throw Failure{fmt::format("cannot reset the switch in {}: {}", board.string(), strerror(errno))};
+        throw Failure{fmt::format("cannot attach to the switch in {}: {}", board.string(), strerror(errno))};
+    return *shared;
+}
+
+void reset(const fs::path &board, uint32_t device_id)
+{
+    sim::SharedSwitch &shared = attach(board);
     const sim::Behaviour plain;
-    const sim::BoardLock lock(*shared);
-    sim::Switch(shared->state, plain).power_on(device_id);
+    const sim::BoardLock lock(shared);
+    sim::Switch(shared.state, plain).power_on(device_id);
     for (const auto &file : fs::directory_iterator(board / sim::shm_directory))
         fs::remove(file);
+}
+
+// "0=down" pulls the cable of port 0, "0=up" plugs it in.
+void set_links(const fs::path &board, const std::vector<std::string> &links)
+{
+    sim::SharedSwitch &shared = attach(board);
+    const sim::Behaviour plain;
+    const sim::BoardLock lock(shared);
+    sim::Switch simulated(shared.state, plain);
+    for (const std::string &link : links)
+        sim::plug_cable(simulated, static_cast<unsigned>(link[0] - '0'), link.ends_with("=up"));
 }
 
 fs::path preload_library()
@@ -156,9 +180,14 @@ void describe(CLI::App &app, Arguments &arguments)
     app.add_option("--latency", arguments.latency, "reads that show a busy bit before it clears (default 0)");
     app.add_option(
            "--fault", arguments.faults,
-           "nth=N: the Nth register request of each process fails; all: every request fails; "
+           "nth=N: the Nth request of each process fails; all: every request fails; mii, eee: every request "
+           "to a PHY, or about EEE, fails; "
            "stuck=REGISTER: its busy bit never clears (a name, or PAGE:OFFSET in hexadecimal); "
            "socket: no socket can be created; lock: the switch lock can't be created. May be repeated")
+        ->allow_extra_args(false);
+    app.add_option("--link", arguments.links,
+                   "0=down, 1=down: pull the cable of the port; 0=up, 1=up: plug it in. It stays so. May be "
+                   "repeated; without a command, do only that")
         ->allow_extra_args(false);
     app.add_option("--trace", arguments.trace, "write a line for each driver request to this file");
     app.add_flag("--reset", arguments.reset, "start from power-on contents; without a command, do only that");
@@ -169,11 +198,14 @@ void describe(CLI::App &app, Arguments &arguments)
 int launch(const Arguments &arguments)
 {
     const uint32_t device_id = check(arguments);
-    if (arguments.command.empty() && !arguments.reset)
+    const bool has_own_work = arguments.reset || !arguments.links.empty();
+    if (arguments.command.empty() && !has_own_work)
         throw Failure{"no command is given; use esw-sim [OPTIONS] COMMAND [ARG...]", exit_usage};
     const fs::path board = open_board(arguments, device_id);
     if (arguments.reset)
         reset(board, device_id);
+    if (!arguments.links.empty())
+        set_links(board, arguments.links);
     if (arguments.command.empty())
         return 0;
     export_environment(arguments, board);

@@ -5,9 +5,8 @@ namespace eswctl {
 const std::vector<Family> &families()
 {
     static const std::vector<Family> all = {
-        general_family(),
-        register_family(),
-        port_family(),
+        general_family(), register_family(), port_family(), link_family(),
+        speed_family(),   phy_family(),      eee_family(),
     };
     return all;
 }

@@ -10,5 +10,9 @@ const std::vector<Family> &families();
 Family general_family();
 Family register_family();
 Family port_family();
+Family link_family();
+Family speed_family();
+Family phy_family();
+Family eee_family();
 
 } // namespace eswctl
