@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <regex>
 
 #include <dlfcn.h>
 #include <net/if.h>
@@ -167,6 +168,15 @@ Lines Board::requests(const std::function<void()> &call)
     Lines lines = log();
     std::erase_if(lines, [](const std::string &line) { return line.starts_with("syslog"); });
     return lines;
+}
+
+std::string Board::short_requests(const std::function<void()> &call)
+{
+    std::string text = fmt::format("{}", fmt::join(requests(call), " "));
+    text = std::regex_replace(text, std::regex("interface mii \\w+ phy (\\d+) reg (\\d+)"), "$1.$2");
+    text = std::regex_replace(text, std::regex("interface eee \\w+ enabled on ports 0x(\\w+)"), "eee$1");
+    text = std::regex_replace(text, std::regex("((?:\\d\\.|eee)\\d+) -> 0x"), "$1:");
+    return std::regex_replace(text, std::regex("((?:\\d\\.|eee)\\d+) <- 0x"), "$1=");
 }
 
 Texts Board::printed(const std::function<void()> &call)

@@ -49,6 +49,10 @@ protected:
     // log() without the syslog lines; of a call.
     Lines requests(const std::function<void()> &call);
 
+    // requests() on one line, in short: "3.9:300 3.9=0" for a read and a write of register 9 of PHY 3,
+    // "eee1:0 eee1=1" for a read and a write of the EEE enable of port set 1.
+    std::string short_requests(const std::function<void()> &call);
+
     Texts printed(const std::function<void()> &call);
 
     // Faults, route and latency of the requests to come.
