@@ -177,7 +177,8 @@ void describe(CLI::App &app, Arguments &arguments)
         "device: /dev/esw-ctl exists (default); interface: only the interfaces lan and eth0 answer");
     app.add_option("--state", arguments.state,
                    "directory that holds the switches (default: esw-sim in your XDG state directory)");
-    app.add_option("--latency", arguments.latency, "reads that show a busy bit before it clears (default 0)");
+    app.add_option("--latency", arguments.latency,
+                   "reads that show a busy bit, or a link being negotiated, before it settles (default 0)");
     app.add_option(
            "--fault", arguments.faults,
            "nth=N: the Nth request of each process fails; all: every request fails; mii, eee: every request "
