@@ -22,6 +22,7 @@ void Switch::power_on(uint32_t device_id)
     }
     const Bank *id = find_bank("device-id");
     cell(id->page, id->offset) = device_id;
+    power_on_phys(*this);
 }
 
 uint64_t Switch::read(uint8_t page, uint8_t offset)
@@ -58,15 +59,19 @@ void Switch::write(uint8_t page, uint8_t offset, uint64_t value)
         bank->written(*this, index, value);
 }
 
-// A reset brings every register back to its power-on contents; the traffic comes from outside and goes on.
-// The start bits clear themselves.
+// A reset brings every register back to its power-on contents. What comes from outside, traffic and pulled
+// cables, stays. The start bits clear themselves.
 void switch_reset_written(Switch &simulated, unsigned, uint64_t value)
 {
     if ((value & reset_bits) != reset_bits)
         return;
-    const std::array outside = std::to_array(simulated.state().traffic);
-    simulated.power_on(simulated.state().device_id);
-    std::ranges::copy(outside, simulated.state().traffic);
+    const State &state = simulated.state();
+    const std::array traffic = std::to_array(state.traffic);
+    const uint32_t unplugged = state.unplugged;
+    simulated.power_on(state.device_id);
+    std::ranges::copy(traffic, simulated.state().traffic);
+    for (unsigned port = 0; port < phy_count; ++port)
+        plug_cable(simulated, port, (unplugged >> port & 1) == 0);
 }
 
 } // namespace sim

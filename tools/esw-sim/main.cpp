@@ -229,7 +229,8 @@ void describe(CLI::App &app, Arguments &arguments)
                    "reads that show a busy bit, or a link being negotiated, before it settles (default 0)");
     app.add_option(
            "--fault", arguments.faults,
-           "nth=N: the Nth request of each process fails; all: every request fails; mii, eee: every request to "
+           "nth=N: the Nth request of each process fails; all: every request fails; mii, eee: every request "
+           "to "
            "a PHY, or about EEE, fails; stuck=REGISTER: its busy bit never clears (a name, or PAGE:OFFSET in "
            "hexadecimal); socket: no socket can be created; lock: the switch lock can't be created. May be "
            "repeated")
@@ -238,9 +239,10 @@ void describe(CLI::App &app, Arguments &arguments)
                    "0=down, 1=down: pull the cable of the port; 0=up, 1=up: plug it in. It stays so. May be "
                    "repeated")
         ->allow_extra_args(false);
-    app.add_option("--traffic", arguments.traffic,
-                   "PORT=FRAMES: so many frames a second, of mixed sizes, pass the port from now on; 0 ends it. "
-                   "May be repeated")
+    app.add_option(
+           "--traffic", arguments.traffic,
+           "PORT=FRAMES: so many frames a second, of mixed sizes, pass the port from now on; 0 ends it. "
+           "May be repeated")
         ->allow_extra_args(false);
     app.add_option("--learn", arguments.stations,
                    "MAC,VID,PORT: a station is heard, and the switch learns its address. May be repeated")

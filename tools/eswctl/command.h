@@ -94,6 +94,9 @@ std::string from_mac(const uint8_t mac[6]);
 uint32_t to_port_set(const Json &ports);
 Json from_port_set(uint32_t ports);
 
+// The network interface chosen with -i: requests to PHYs name it.
+const std::string &interface_name();
+
 // What the switch at hand is.
 bool is_class_a();
 bool is_class_b();
