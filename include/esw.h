@@ -44,5 +44,6 @@
 #include <esw/core.h>
 #include <esw/port.h>
 #include <esw/types.h>
+#include <esw/vlan.h>
 
 #endif

@@ -17,6 +17,8 @@ struct State {
         uint32_t reads; // that still show the bits
         uint32_t bits;
     } busy[max_banks];
+    uint32_t vlan_table[4096]; // by VID
+    uint32_t evt[16][256];     // egress translation, by port and index
 };
 
 // How the switch behaves towards one process.
