@@ -9,7 +9,8 @@ namespace esw {
 struct Register {
     uint8_t page;
     uint8_t offset;
-    uint8_t width; // bits
+    uint8_t width;      // bits
+    uint8_t unused = 0; // compilers put three bytes together one by one, and load four as one word
 
     // The register `distance` offsets further on: banks hold one register per port, slot or bin.
     [[nodiscard]] constexpr Register at(unsigned distance) const
