@@ -2,6 +2,7 @@
 #include "tests/support/board.h"
 
 #include <fstream>
+#include <regex>
 
 #include <esw.h>
 
@@ -10,6 +11,7 @@ namespace {
 using namespace test;
 
 #define CALL(...) [&] { return static_cast<int64_t>(__VA_ARGS__); }
+#define TRAFFIC(call, expected) EXPECT_EQ(traffic(CALL(call)), expected)
 
 class Vlan : public Board {
 public:
@@ -23,15 +25,16 @@ protected:
         init_vid_list();
     }
 
-    // "result: request, request"; the requests that load the entry of VID 10 are "...".
+    // "result: request, request": "r32 34:20 0x1" for a read with this width byte, "w 34:20 0x1" for a write;
+    // "..." for those that load the entry of VID 10.
     std::string traffic(const std::function<int64_t()> &call)
     {
         int64_t result = 0;
         const Lines lines = requests([&] { result = call(); });
         std::string text = fmt::format("{}: {}", result, fmt::join(lines, ", "));
-        const std::string load = "write 05:81 w64 <- 0xa, write 05:80 w64 <- 0x81, read 05:80 w32 -> 0x1";
-        const size_t at = text.find(load);
-        return at == std::string::npos ? text : text.replace(at, load.size(), "...");
+        text = std::regex_replace(text, std::regex("read (\\S+) w(32|64) ->"), "r$2 $1");
+        text = std::regex_replace(text, std::regex("write (\\S+) w64 <-"), "w $1");
+        return std::regex_replace(text, std::regex("w 05:81 0xa, w 05:80 0x81, r32 05:80 0x1"), "...");
     }
 
     [[nodiscard]] std::string membership_file() const { return directory() + "/shm/vid_list.cfg"; }
@@ -42,30 +45,28 @@ protected:
 
 TEST_F(Vlan, TableCallsAndTheirRequests)
 {
-    EXPECT_EQ(traffic(CALL(eth_vlan_port_add(4096, 4, 0))), "-4: ");
-    EXPECT_EQ(traffic(CALL(eth_vlan_port_remove(10, 4))), "-18: ");
-    EXPECT_EQ(traffic(CALL(eth_vlan_port_add(10, 1, 0))), "-7: ");
-    EXPECT_EQ(traffic(CALL(eth_vlan_port_get(10, &a, &b))), "-7: ");
+    TRAFFIC(eth_vlan_port_add(4096, 4, 0), "-4: ");
+    TRAFFIC(eth_vlan_port_remove(10, 4), "-18: ");
+    TRAFFIC(eth_vlan_port_add(10, 1, 0), "-7: ");
+    TRAFFIC(eth_vlan_port_get(10, &a, &b), "-7: ");
     EXPECT_EQ(std::pair(a, b), std::pair(~0u, ~0u));
-    EXPECT_EQ(traffic(CALL(eth_vlan_create(4096))), "-4: ");
-    EXPECT_EQ(traffic(CALL(eth_vlan_create(10))), "0: lock, unlock");
-    EXPECT_EQ(traffic(CALL(eth_vlan_create(10))), "-8: ");
-    const std::string store = ", write 05:80 w64 <- 0x80, read 05:80 w32 -> 0x0, unlock";
-    EXPECT_EQ(traffic(CALL(eth_vlan_port_add(10, 0x103, 0xFF800100))), // untagged is cut, not checked
-              "0: lock, ..., read 05:83 w64 -> 0x0, write 05:83 w64 <- 0x20103" + store);
-    EXPECT_EQ(traffic(CALL(eth_vlan_port_add(10, 0, 1))),
-              "0: lock, ..., read 05:83 w64 -> 0x20103, write 05:83 w64 <- 0x20303" + store);
-    EXPECT_EQ(traffic(CALL(eth_vlan_port_remove(10, 0x100))),
-              "0: lock, ..., read 05:83 w64 -> 0x20303, write 05:83 w64 <- 0x203" + store);
-    EXPECT_EQ(traffic(CALL(eth_vlan_port_get(10, &a, &b))), "0: lock, ..., read 05:83 w32 -> 0x203, unlock");
+    TRAFFIC(eth_vlan_create(4096), "-4: ");
+    TRAFFIC(eth_vlan_create(10), "0: lock, unlock");
+    TRAFFIC(eth_vlan_create(10), "-8: ");
+    const std::string store = ", w 05:80 0x80, r32 05:80 0x0, unlock";
+    TRAFFIC(eth_vlan_port_add(10, 0x103, 0xFF800100), // untagged is cut, not checked
+            "0: lock, ..., r64 05:83 0x0, w 05:83 0x20103" + store);
+    TRAFFIC(eth_vlan_port_add(10, 0, 1), "0: lock, ..., r64 05:83 0x20103, w 05:83 0x20303" + store);
+    TRAFFIC(eth_vlan_port_remove(10, 0x100), "0: lock, ..., r64 05:83 0x20303, w 05:83 0x203" + store);
+    TRAFFIC(eth_vlan_port_get(10, &a, &b), "0: lock, ..., r32 05:83 0x203, unlock");
     EXPECT_EQ(std::pair(a, b), std::pair(3u, 1u));
-    EXPECT_EQ(traffic(CALL(eth_vlan_destroy(10))), "0: lock, ..., write 05:83 w64 <- 0x0" + store);
-    EXPECT_EQ(traffic(CALL(eth_vlan_destroy(10))), "-7: ");
+    TRAFFIC(eth_vlan_destroy(10), "0: lock, ..., w 05:83 0x0" + store);
+    TRAFFIC(eth_vlan_destroy(10), "-7: ");
 
     std::ofstream(membership_file()) << std::string(4096, '/'); // reads as a failure
-    EXPECT_EQ(traffic(CALL(eth_vlan_create(0))), "-1: ");
+    TRAFFIC(eth_vlan_create(0), "-1: ");
     std::ofstream(membership_file()) << std::string(4096, 'x');
-    EXPECT_EQ(traffic(CALL(eth_vlan_create(0))), "-8: ");
+    TRAFFIC(eth_vlan_create(0), "-8: ");
 }
 
 TEST_F(Vlan, WaitsEndWithTheirBudget)
@@ -104,22 +105,17 @@ TEST_F(Vlan, WaitsEndWithTheirBudget)
 TEST_F(Vlan, DefaultTags)
 {
     reg(0x34, 0x20) = 0xBFFF;
-    EXPECT_EQ(traffic(CALL(eth_port_untagged_vlan_set(8, 100))),
-              "0: lock, read 34:20 w32 -> 0xbfff, write 34:20 w64 <- 0xb064, unlock");
-    EXPECT_EQ(traffic(CALL(eth_port_untagged_priority_set(8, 2))),
-              "0: lock, read 34:20 w32 -> 0xb064, write 34:20 w64 <- 0x5064, unlock");
-    EXPECT_EQ(traffic(CALL(eth_port_untagged_vlan_get(8, &vid) + vid)),
-              "100: lock, read 34:20 w32 -> 0x5064, unlock");
-    EXPECT_EQ(traffic(CALL(eth_port_untagged_priority_get(8, &a) + a)),
-              "2: lock, read 34:20 w32 -> 0x5064, unlock");
-    EXPECT_EQ(traffic(CALL(eth_port_untagged_vlan_get(1, &vid) + vid)),
-              "1: lock, read 34:12 w32 -> 0x1, unlock");
-    EXPECT_EQ(traffic(CALL(eth_port_untagged_vlan_set(7, 4096))), "-18: ");
-    EXPECT_EQ(traffic(CALL(eth_port_untagged_vlan_set(0, 4096))), "-4: ");
-    EXPECT_EQ(traffic(CALL(eth_port_untagged_priority_set(1, 8))), "-4: ");
-    EXPECT_EQ(traffic(CALL(eth_port_untagged_priority_set(1, -1))), "-4: ");
-    EXPECT_EQ(traffic(CALL(eth_port_untagged_vlan_get(2, &vid))), "-18: ");
-    EXPECT_EQ(traffic(CALL(eth_port_untagged_priority_get(2, &a))), "-18: ");
+    TRAFFIC(eth_port_untagged_vlan_set(8, 100), "0: lock, r32 34:20 0xbfff, w 34:20 0xb064, unlock");
+    TRAFFIC(eth_port_untagged_priority_set(8, 2), "0: lock, r32 34:20 0xb064, w 34:20 0x5064, unlock");
+    TRAFFIC(eth_port_untagged_vlan_get(8, &vid) + vid, "100: lock, r32 34:20 0x5064, unlock");
+    TRAFFIC(eth_port_untagged_priority_get(8, &a) + a, "2: lock, r32 34:20 0x5064, unlock");
+    TRAFFIC(eth_port_untagged_vlan_get(1, &vid) + vid, "1: lock, r32 34:12 0x1, unlock");
+    TRAFFIC(eth_port_untagged_vlan_set(7, 4096), "-18: ");
+    TRAFFIC(eth_port_untagged_vlan_set(0, 4096), "-4: ");
+    TRAFFIC(eth_port_untagged_priority_set(1, 8), "-4: ");
+    TRAFFIC(eth_port_untagged_priority_set(1, -1), "-4: ");
+    TRAFFIC(eth_port_untagged_vlan_get(2, &vid), "-18: ");
+    TRAFFIC(eth_port_untagged_priority_get(2, &a), "-18: ");
     EXPECT_EQ(std::pair(vid, a), std::pair(uint16_t{0xFFFF}, 2u));
 }
 
@@ -128,61 +124,46 @@ TEST_F(Vlan, ModesAndSwitches)
     reg(0x34, 0x00) = reg(0x34, 0x05) = 0;
     reg(0x34, 0x06) = 0xFF;
     const char *const modes[][2] = {
-        {"0: read 34:00 w64 -> 0x0, write 34:00 w64 <- 0x80",
-         "0: read 34:00 w64 -> 0x80, write 34:00 w64 <- 0x0"},
-        {"0: read 34:00 w64 -> 0x0, write 34:00 w64 <- 0x8",
-         "0: read 34:00 w64 -> 0x8, write 34:00 w64 <- 0x0"},
-        {"0: read 34:05 w64 -> 0x0, write 34:05 w64 <- 0x20",
-         "0: read 34:05 w64 -> 0x20, write 34:05 w64 <- 0x0"},
-        {"0: read 34:05 w64 -> 0x0, write 34:05 w64 <- 0x10",
-         "0: read 34:05 w64 -> 0x10, write 34:05 w64 <- 0x0"},
-        {"0: write 34:40 w64 <- 0x5500, read 34:40 w32 -> 0x5500, read 34:05 w32 -> 0x0, write 34:05 w64 <- "
-         "0x8",
-         "0: write 34:40 w64 <- 0x5500, read 34:40 w32 -> 0x5500, read 34:05 w32 -> 0x8, write 34:05 w64 <- "
-         "0x0"},
-        {"0: read 34:06 w64 -> 0xff, write 34:06 w64 <- 0xff",
-         "0: read 34:06 w64 -> 0xff, write 34:06 w64 <- 0xfb"},
-        {"0: read 34:06 w64 -> 0xfb, write 34:06 w64 <- 0xfb",
-         "0: read 34:06 w64 -> 0xfb, write 34:06 w64 <- 0xbb"},
+        {"0: r64 34:00 0x0, w 34:00 0x80", "0: r64 34:00 0x80, w 34:00 0x0"},
+        {"0: r64 34:00 0x0, w 34:00 0x8", "0: r64 34:00 0x8, w 34:00 0x0"},
+        {"0: r64 34:05 0x0, w 34:05 0x20", "0: r64 34:05 0x20, w 34:05 0x0"},
+        {"0: r64 34:05 0x0, w 34:05 0x10", "0: r64 34:05 0x10, w 34:05 0x0"},
+        {"0: w 34:40 0x5500, r32 34:40 0x5500, r32 34:05 0x0, w 34:05 0x8",
+         "0: w 34:40 0x5500, r32 34:40 0x5500, r32 34:05 0x8, w 34:05 0x0"},
+        {"0: r64 34:06 0xff, w 34:06 0xff", "0: r64 34:06 0xff, w 34:06 0xfb"},
+        {"0: r64 34:06 0xfb, w 34:06 0xfb", "0: r64 34:06 0xfb, w 34:06 0xbb"},
         {"-16: ", "-16: "},
     };
     for (uint32_t mode = 0; mode < std::size(modes); ++mode) {
-        EXPECT_EQ(traffic(CALL(eth_vlan_mode_set(mode, 2))), modes[mode][0]);
+        TRAFFIC(eth_vlan_mode_set(mode, 2), modes[mode][0]);
         EXPECT_EQ(eth_vlan_mode_get(mode, &a), mode > 6 ? ETH_E_UNAVAIL : 0);
         EXPECT_EQ(a, mode > 6 ? ~0u : 1u);
-        EXPECT_EQ(traffic(CALL(eth_vlan_mode_set(mode, 0))), modes[mode][1]);
+        TRAFFIC(eth_vlan_mode_set(mode, 0), modes[mode][1]);
     }
-    EXPECT_EQ(traffic(CALL(eth_vlan_mode_get(6, &a) + a)), "0: read 34:06 w32 -> 0xbb");
+    TRAFFIC(eth_vlan_mode_get(6, &a) + a, "0: r32 34:06 0xbb");
 
-    EXPECT_EQ(traffic(CALL(eth_vlan_learning_mode_set(9) + eth_vlan_learning_mode_get(&a) + a)),
-              "3: lock, read 34:00 w32 -> 0x0, write 34:00 w64 <- 0x60, unlock, lock, read 34:00 w32 -> "
-              "0x60, unlock");
-    EXPECT_EQ(traffic(CALL(eth_vlan_learning_mode_set(0))),
-              "0: lock, read 34:00 w32 -> 0x60, write 34:00 w64 <- 0x0, unlock");
-    EXPECT_EQ(traffic(CALL(eth_vlan_drop_vtbl_miss_set(0) + eth_vlan_drop_vtbl_miss_get(&a) + a)),
-              "0: lock, read 34:06 w32 -> 0xbb, write 34:06 w64 <- 0xb3, unlock, lock, read 34:06 w32 -> "
-              "0xb3, unlock");
-    EXPECT_EQ(traffic(CALL(eth_vlan_bypass_CRC_get(&a) + a)), "1: lock, read 34:06 w32 -> 0xb3, unlock");
-    EXPECT_EQ(traffic(CALL(eth_vlan_bypass_CRC_set(0))),
-              "0: lock, read 34:06 w32 -> 0xb3, write 34:06 w64 <- 0xb2, unlock");
+    TRAFFIC(eth_vlan_learning_mode_set(9) + eth_vlan_learning_mode_get(&a) + a,
+            "3: lock, r32 34:00 0x0, w 34:00 0x60, unlock, lock, r32 34:00 0x60, unlock");
+    TRAFFIC(eth_vlan_learning_mode_set(0), "0: lock, r32 34:00 0x60, w 34:00 0x0, unlock");
+    TRAFFIC(eth_vlan_drop_vtbl_miss_set(0) + eth_vlan_drop_vtbl_miss_get(&a) + a,
+            "0: lock, r32 34:06 0xbb, w 34:06 0xb3, unlock, lock, r32 34:06 0xb3, unlock");
+    TRAFFIC(eth_vlan_bypass_CRC_get(&a) + a, "1: lock, r32 34:06 0xb3, unlock");
+    TRAFFIC(eth_vlan_bypass_CRC_set(0), "0: lock, r32 34:06 0xb3, w 34:06 0xb2, unlock");
 
     power_on(0x5075); // has no egress translation
-    EXPECT_EQ(traffic(CALL(eth_vlan_mode_set(4, 1))),
-              "-16: write 34:40 w64 <- 0x5500, read 34:40 w32 -> 0x0");
+    TRAFFIC(eth_vlan_mode_set(4, 1), "-16: w 34:40 0x5500, r32 34:40 0x0");
 }
 
 TEST_F(Vlan, TranslationCallsAndTheirRequests)
 {
-    EXPECT_EQ(traffic(CALL(eth_vlan_evt_add(2, 5, 2, 100))), "-18: ");
-    EXPECT_EQ(traffic(CALL(eth_vlan_evt_get(16, 5, &a, &vid))), "-18: ");
+    TRAFFIC(eth_vlan_evt_add(2, 5, 2, 100), "-18: ");
+    TRAFFIC(eth_vlan_evt_get(16, 5, &a, &vid), "-18: ");
     EXPECT_EQ(std::pair(a, vid), std::pair(5u, uint16_t{5}));
-    EXPECT_EQ(
-        traffic(CALL(eth_vlan_evt_add(8, 5, 0xFE, 0xF064))), // cut to their fields
-        "0: lock, write 34:44 w64 <- 0x20002064, write 34:40 w64 <- 0x583, read 34:40 w32 -> 0x582, unlock");
+    TRAFFIC(eth_vlan_evt_add(8, 5, 0xFE, 0xF064), // cut to their fields
+            "0: lock, w 34:44 0x20002064, w 34:40 0x583, r32 34:40 0x582, unlock");
     EXPECT_EQ(eth_vlan_evt_add(1, 255, 1, 7), 0);
-    EXPECT_EQ(
-        traffic(CALL(eth_vlan_evt_get(8, 5, &a, &vid))),
-        "0: lock, write 34:40 w64 <- 0x581, read 34:40 w32 -> 0x580, read 34:44 w32 -> 0x20002064, unlock");
+    TRAFFIC(eth_vlan_evt_get(8, 5, &a, &vid),
+            "0: lock, w 34:40 0x581, r32 34:40 0x580, r32 34:44 0x20002064, unlock");
     EXPECT_EQ(std::pair(a, vid), std::pair(2u, uint16_t{100}));
 }
 
@@ -193,23 +174,16 @@ TEST_F(Vlan, InitSetsEverythingUnderOneLock)
     std::ofstream(membership_file()) << std::string(5000, '1');
     eth_vlan_evt_add(1, 3, 1, 9); // below the indexes that are written one by one
     std::string expected =
-        "0: lock, read 34:00 w64 -> 0xff, write 34:00 w64 <- 0x7f, read 34:00 w64 -> 0x7f, write 34:00 w64 "
-        "<- 0x77, "
-        "write 34:40 w64 <- 0x5500, read 34:40 w32 -> 0x5500, read 34:05 w32 -> 0xff, write 34:05 w64 <- "
-        "0xf3, "
-        "read 34:00 w64 -> 0x77, write 34:00 w64 <- 0x77, read 34:01 w32 -> 0xff, write 34:01 w64 <- 0x9f, "
-        "read 34:02 w32 -> 0xff, write 34:02 w64 <- 0xfb, write 34:03 w64 <- 0x0, "
-        "read 34:05 w64 -> 0xf3, write 34:05 w64 <- 0xd3, read 34:05 w64 -> 0xd3, write 34:05 w64 <- 0xc3, "
-        "read 34:05 w32 -> 0xc3, write 34:05 w64 <- 0x43, read 34:06 w32 -> 0xff, write 34:06 w64 <- 0xbb, "
-        "write 34:0a w64 <- 0x0, write 34:10 w64 <- 0x1, write 34:12 w64 <- 0x1, write 34:20 w64 <- 0x1, "
-        "write 05:80 w64 <- 0x82, read 05:80 w32 -> 0x2, ";
+        "0: lock, r64 34:00 0xff, w 34:00 0x7f, r64 34:00 0x7f, w 34:00 0x77, w 34:40 0x5500, "
+        "r32 34:40 0x5500, r32 34:05 0xff, w 34:05 0xf3, r64 34:00 0x77, w 34:00 0x77, r32 34:01 0xff, "
+        "w 34:01 0x9f, r32 34:02 0xff, w 34:02 0xfb, w 34:03 0x0, r64 34:05 0xf3, w 34:05 0xd3, "
+        "r64 34:05 0xd3, w 34:05 0xc3, r32 34:05 0xc3, w 34:05 0x43, r32 34:06 0xff, w 34:06 0xbb, "
+        "w 34:0a 0x0, w 34:10 0x1, w 34:12 0x1, w 34:20 0x1, w 05:80 0x82, r32 05:80 0x2, ";
     for (unsigned entry = 0; entry < 384; ++entry) {
         const unsigned command = (0x80 + entry / 3) << 8 | (entry % 3 == 2 ? 8 : entry % 3) << 4;
-        expected += fmt::format("write 34:44 w64 <- 0x0, write 34:40 w64 <- {:#x}, read 34:40 w32 -> {:#x}, ",
-                                command | 3, command | 2);
+        expected += fmt::format("w 34:44 0x0, w 34:40 {:#x}, r32 34:40 {:#x}, ", command | 3, command | 2);
     }
-    EXPECT_EQ(traffic(CALL(eth_vlan_init())),
-              expected + "write 34:40 w64 <- 0x4, read 34:40 w32 -> 0x0, unlock");
+    TRAFFIC(eth_vlan_init(), expected + "w 34:40 0x4, r32 34:40 0x0, unlock");
     std::ifstream file(membership_file());
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), std::string(4096, '0'));
     eth_vlan_evt_get(1, 3, &a, &vid);

@@ -8,6 +8,8 @@ const std::vector<Family> &families()
         general_family(),
         register_family(),
         port_family(),
+        vlan_family(),
+        translation_family(),
     };
     return all;
 }

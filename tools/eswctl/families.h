@@ -10,5 +10,8 @@ const std::vector<Family> &families();
 Family general_family();
 Family register_family();
 Family port_family();
+Family vlan_family();
+std::vector<Command> vlan_setting_commands(); // the rest of the VLAN family
+Family translation_family();
 
 } // namespace eswctl

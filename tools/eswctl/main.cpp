@@ -1,6 +1,7 @@
 // eswctl: the library on the command line. Builds the command line from the families' tables, runs one
 // command, and prints its report.
 #include <map>
+#include <sstream>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -52,6 +53,18 @@ void add_command(CLI::App &parent, const std::string &word, const Command &comma
         app->add_flag("--yes")->description("do not ask");
 }
 
+// A noun of several words lies below that of its first ones.
+CLI::App *find_or_add(CLI::App &app, const Family &family)
+{
+    CLI::App *at = &app;
+    std::istringstream words(family.noun);
+    for (std::string word; words >> word;) {
+        const auto found = at->get_subcommands([&](const CLI::App *sub) { return sub->get_name() == word; });
+        at = found.empty() ? at->add_subcommand(word, family.summary)->fallthrough() : found.front();
+    }
+    return at;
+}
+
 void describe(CLI::App &app, Global &global, Invocations &invocations)
 {
     app.add_option("-i,--interface", global.interface, "network interface of the switch (default eth0)")
@@ -59,9 +72,7 @@ void describe(CLI::App &app, Global &global, Invocations &invocations)
     app.add_flag("--json", global.json, "print JSON");
     app.set_version_flag("--version", "eswctl " ESW_VERSION);
     for (const Family &family : families()) {
-        CLI::App *parent = &app;
-        if (!family.noun.empty())
-            parent = app.add_subcommand(family.noun, family.summary)->fallthrough();
+        CLI::App *parent = find_or_add(app, family);
         for (const Command &command : family.commands) {
             const size_t verb = family.noun.empty() ? 0 : family.noun.size() + 1;
             add_command(*parent, command.words.substr(verb), command, invocations);
