@@ -5,12 +5,11 @@
 
 namespace esw {
 
-// A register of the switch. Small enough to travel in one machine register.
-struct Register {
+// A register of the switch. Aligned so that it travels whole in one machine register.
+struct alignas(4) Register {
     uint8_t page;
     uint8_t offset;
-    uint8_t width;      // bits
-    uint8_t unused = 0; // compilers put three bytes together one by one, and load four as one word
+    uint8_t width; // bits
 
     // The register `distance` offsets further on: banks hold one register per port, slot or bin.
     [[nodiscard]] constexpr Register at(unsigned distance) const

@@ -162,12 +162,15 @@ int32_t eth_port_untagged_priority_get(uint32_t port, uint32_t *prio);
 
 /* ---- Modes ----------------------------------------------------------------------------------------------
  *
- * Switch-wide, on every device class:
+ * Switch-wide, on every device class. What each mode's number stands for:
  *
- *   mode  0: bit 7 of 34:00/8      mode  4: bits 3..2 of 34:05/8
- *   mode  1: bit 3 of 34:00/8      mode  5: bit 2 of 34:06/8
- *   mode  2: bit 5 of 34:05/8      mode  6: bit 6 of 34:06/8
- *   mode  3: bit 4 of 34:05/8 */
+ * 0: bit 7 of 34:00/8
+ * 1: bit 3 of 34:00/8
+ * 2: bit 5 of 34:05/8
+ * 3: bit 4 of 34:05/8
+ * 4: bits 3..2 of 34:05/8
+ * 5: bit 2 of 34:06/8
+ * 6: bit 6 of 34:06/8 */
 
 /* Sets (on) or clears (off) the bit of a mode.
  * Mode 4 belongs to egress translation, which not every chip has: 0x5500 is written to its command register,
@@ -240,20 +243,13 @@ int32_t eth_vlan_bypass_CRC_get(uint32_t *value);
 
 /* Puts everything in this header into its initial state: all modes off, learning mode 3, drop on table miss
  * on; default VID 1 and priority 0 on every port; init_vid_list(), eth_vlan_destroy_all() and
- * eth_vlan_evt_clear(). Takes the 4096 flushes of the file that eth_vlan_destroy_all() makes. esw_init() does
- * not call it. The requests, in this order:
+ * eth_vlan_evt_clear(). esw_init() does not call it. It makes the 4096 flushes of the file that
+ * eth_vlan_destroy_all() makes.
  *
- *   modes 0, 1 and 4 off            as eth_vlan_mode_set(), the probe of mode 4 included
- *   34:00/8   sets bits 6..5
- *   34:01/8   replaces the bits of 0x6C by 0x0C
- *   34:02/8   replaces the bits of 0x64 by 0x60
- *   34:03/16  0
- *   modes 2 and 3 off
- *   34:05/8   replaces the bits of 0xC0 by 0x40
- *   34:06/8   replaces the bits of 0x4C by 0x08
- *   34:0A/16  0
- *   34:10/16, 34:12/16, 34:20/16  1
- *   then those of the three calls
+ * In this order: modes 0, 1 and 4 off, as eth_vlan_mode_set() does it, the probe of mode 4 included; sets
+ * bits 6..5 of 34:00/8; replaces the bits of 0x6C of 34:01/8 by 0x0C, and those of 0x64 of 34:02/8 by 0x60;
+ * writes 0 to 34:03/16; modes 2 and 3 off; replaces the bits of 0xC0 of 34:05/8 by 0x40, and those of 0x4C of
+ * 34:06/8 by 0x08; writes 0 to 34:0A/16; writes 1 to 34:10/16, 34:12/16 and 34:20/16; then the three calls.
  *
  * Returns 0, whatever becomes of the steps.
  * Lock: held, throughout. */

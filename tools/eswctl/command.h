@@ -28,6 +28,8 @@ struct Refused {
 struct Kind {
     std::string accepted; // completes "use ..."
     std::function<Json(const std::string &)> parse;
+    std::vector<std::string> words = {}; // all that it accepts, when that can be listed
+    std::string source = "";             // what completion offers besides: "vlan", "cfp" or "file"
 };
 
 Kind number(uint64_t first, uint64_t last, const std::string &unit = ""); // hexadecimal with 0x, or decimal
@@ -35,6 +37,7 @@ Kind one_of(const std::vector<uint32_t> &numbers);
 Kind choice(const std::vector<std::string> &words); // yields the word
 Kind on_off();                                      // yields a boolean
 Kind text(const std::string &what);
+Kind file_name();
 
 Kind any_port();    // 0, 1 or 8
 Kind phy_port();    // 0 or 1
@@ -61,11 +64,12 @@ struct Command {
     std::string summary;
     std::vector<Argument> arguments;
     std::function<Report(const Arguments &)> run;
-    bool asks = false; // destructive: asks on a terminal unless --yes
+    bool asks = false;    // destructive: asks on a terminal unless --yes
+    bool offline = false; // needs no switch
 };
 
 struct Family {
-    std::string noun; // empty for commands of a single word
+    std::string noun; // empty for commands of a single word; "vlan translate" lies below "vlan"
     std::string summary;
     std::vector<Command> commands;
 };

@@ -14,4 +14,9 @@ Family vlan_family();
 std::vector<Command> vlan_setting_commands(); // the rest of the VLAN family
 Family translation_family();
 
+// Commands of a single word that have a file of their own.
+Command batch_command();
+Command completion_command();
+Command manual_command();
+
 } // namespace eswctl
