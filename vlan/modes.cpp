@@ -62,13 +62,13 @@ int32_t set_default_tag(uint32_t port, Field field, uint32_t value, uint32_t las
     return ETH_E_NONE;
 }
 
-// The field's value; ETH_E_PORT for a bad port.
-int32_t get_default_tag(uint32_t port, Field field)
+int32_t get_default_tag(uint32_t port, Field field, uint32_t *value)
 {
     if (!is_port(port))
         return ETH_E_PORT;
     const SwitchLock lock;
-    return static_cast<int32_t>(field.get(read32(default_tag_of(port))));
+    *value = field.get(read32(default_tag_of(port)));
+    return ETH_E_NONE;
 }
 
 // All bits of the field on or off.
@@ -106,12 +106,10 @@ int32_t eth_port_untagged_vlan_set(uint32_t port, uint16_t vid)
 
 int32_t eth_port_untagged_vlan_get(uint32_t port, uint16_t *vid)
 {
-    *vid = 0xFFFF;
-    const int32_t got = get_default_tag(port, default_vid);
-    if (got < 0)
-        return got;
-    *vid = static_cast<uint16_t>(got);
-    return ETH_E_NONE;
+    uint32_t value = 0xFFFF;
+    const int32_t result = get_default_tag(port, default_vid, &value);
+    *vid = static_cast<uint16_t>(value);
+    return result;
 }
 
 int32_t eth_port_untagged_priority_set(uint32_t port, int32_t prio)
@@ -121,11 +119,7 @@ int32_t eth_port_untagged_priority_set(uint32_t port, int32_t prio)
 
 int32_t eth_port_untagged_priority_get(uint32_t port, uint32_t *prio)
 {
-    const int32_t got = get_default_tag(port, default_priority);
-    if (got < 0)
-        return got;
-    *prio = static_cast<uint32_t>(got);
-    return ETH_E_NONE;
+    return get_default_tag(port, default_priority, prio);
 }
 
 int32_t eth_vlan_mode_set(uint32_t mode, int32_t enable)

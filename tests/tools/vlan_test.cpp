@@ -34,6 +34,8 @@ TEST_F(Eswctl, VlansAndTheirPorts)
         {"vlan add 12 0", 1, "", "cannot add ports to VLAN 12: ETH_E_NOT_FOUND"},
         {"vlan create 4096", 2, "", "VID: '4096' is not accepted; use VIDs from 0 to 4095 such as 10-20,30"},
         {"vlan add 10 2", 2, "", "PORTS: '2' is not accepted; use ports such as 0,8"},
+        {"--trace vlan show 7", 0, "  7  0,8      -\n",
+         "read  05:80 w32 -> 0x1  vlan-table-command\nread  05:83 w32 -> 0x101"},
         {"vlan destroy-all", 0, "all VLANs destroyed\n", ""},
         {"vlan show --json", 0, "\"vlans\": []", ""},
     });

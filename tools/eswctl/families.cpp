@@ -5,11 +5,7 @@ namespace eswctl {
 const std::vector<Family> &families()
 {
     static const std::vector<Family> all = {
-        general_family(),
-        register_family(),
-        port_family(),
-        vlan_family(),
-        translation_family(),
+        general_family(), register_family(), port_family(), vlan_family(), translation_family(),
     };
     return all;
 }

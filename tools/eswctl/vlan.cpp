@@ -18,8 +18,10 @@ using Vids = std::vector<uint16_t>;
 
 constexpr uint16_t last_vid = 4095;
 
-// Makes calls of the library that tell of the membership file in lines that may be glued together and may
-// come once for each VID. Shows each once; that a missing file was created is not worth a word.
+constexpr const char *file_messages[] = {"WARNING file size", "open: ", "write: ", "fstat: "};
+
+// The library tells of the membership file at each VID, and may glue its lines together. Shows such a line
+// once; that a missing file was created is not worth a word.
 void telling_once(const std::function<void()> &calls)
 {
     struct Telling {
@@ -29,7 +31,10 @@ void telling_once(const std::function<void()> &calls)
             std::istringstream stream(messages.release());
             std::set<std::string> told;
             for (std::string line; std::getline(stream, line);) {
-                if (!line.empty() && !line.starts_with("No vlan file found") && told.insert(line).second)
+                const bool of_file = std::ranges::any_of(
+                    file_messages, [&](const char *message) { return line.starts_with(message); });
+                if (!line.empty() && !line.starts_with("No vlan file found") &&
+                    (!of_file || told.insert(line).second))
                     fmt::print(stderr, "{}\n", line);
             }
         }
