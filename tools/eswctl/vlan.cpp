@@ -114,7 +114,7 @@ Report show(const Arguments &arguments)
 
 // Does something to each VLAN of the argument, up to the first that refuses.
 Report change(const Json &given, const std::string &infinitive, const std::string &participle,
-              const std::function<int32_t(uint16_t)> &call, Json details = Json::object())
+              const std::function<int32_t(uint16_t)> &call, const Json &details)
 {
     const Vids vids = vids_of(given);
     telling_once([&] {
