@@ -6,7 +6,7 @@
 namespace esw {
 
 // A register of the switch. Small enough to travel in one machine register.
-struct Register {
+struct alignas(4) Register {
     uint8_t page;
     uint8_t offset;
     uint8_t width; // bits
