@@ -6,7 +6,12 @@
 
 namespace sim {
 
-bool Driver::fails_now() { return ++requests_ == options_.failing_request || options_.all_requests_fail; }
+bool Driver::fails_now()
+{
+    ++requests_;
+    return requests_ == options_.failing_request || options_.all_requests_fail ||
+           (options_.failing_from != 0 && requests_ >= options_.failing_from);
+}
 
 int Driver::serve(Route route, bool write, esw::RegisterRequest &request)
 {

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "sim/model/cfp.h"
 #include "sim/model/registers.h"
 
 namespace sim {
@@ -17,6 +18,7 @@ struct State {
         uint32_t reads; // that still show the bits
         uint32_t bits;
     } busy[max_banks];
+    CfpSlots cfp_slots;
 };
 
 // How the switch behaves towards one process.

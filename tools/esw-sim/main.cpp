@@ -54,8 +54,9 @@ uint32_t check(const Arguments &arguments)
     for (const std::string &fault : arguments.faults) {
         if (!sim::parse_fault(fault.c_str(), options))
             throw Failure{
-                fmt::format("--fault: '{}' is not accepted; use nth=N, all, stuck=REGISTER, socket or lock",
-                            fault),
+                fmt::format(
+                    "--fault: '{}' is not accepted; use nth=N, from=N, all, stuck=REGISTER, socket or lock",
+                    fault),
                 exit_usage};
     }
     if (!sim::parse_number(arguments.device.c_str(), number) || number > UINT32_MAX)
@@ -156,7 +157,8 @@ void describe(CLI::App &app, Arguments &arguments)
     app.add_option("--latency", arguments.latency, "reads that show a busy bit before it clears (default 0)");
     app.add_option(
            "--fault", arguments.faults,
-           "nth=N: the Nth register request of each process fails; all: every request fails; "
+           "nth=N: the Nth register request of each process fails; from=N: so do all behind it; all: every "
+           "request fails; "
            "stuck=REGISTER: its busy bit never clears (a name, or PAGE:OFFSET in hexadecimal); "
            "socket: no socket can be created; lock: the switch lock can't be created. May be repeated")
         ->allow_extra_args(false);
