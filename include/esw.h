@@ -41,6 +41,7 @@
 #ifndef ESW_H
 #define ESW_H
 
+#include <esw/cfp.h>
 #include <esw/core.h>
 #include <esw/port.h>
 #include <esw/types.h>
