@@ -8,6 +8,8 @@ const std::vector<Family> &families()
         general_family(),
         register_family(),
         port_family(),
+        cfp_family(),
+        cfp_udf_family(),
     };
     return all;
 }

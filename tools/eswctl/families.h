@@ -10,5 +10,7 @@ const std::vector<Family> &families();
 Family general_family();
 Family register_family();
 Family port_family();
+Family cfp_family();
+Family cfp_udf_family();
 
 } // namespace eswctl

@@ -52,6 +52,17 @@ void add_command(CLI::App &parent, const std::string &word, const Command &comma
         app->add_flag("--yes")->description("do not ask");
 }
 
+// "cfp udf" lies below "cfp", whose family comes before it.
+CLI::App *add_nouns(CLI::App &app, const std::string &nouns, const std::string &summary)
+{
+    if (nouns.empty())
+        return &app;
+    const size_t blank = nouns.find(' ');
+    if (blank != std::string::npos)
+        return add_nouns(*app.get_subcommand(nouns.substr(0, blank)), nouns.substr(blank + 1), summary);
+    return app.add_subcommand(nouns, summary)->fallthrough();
+}
+
 void describe(CLI::App &app, Global &global, Invocations &invocations)
 {
     app.add_option("-i,--interface", global.interface, "network interface of the switch (default eth0)")
@@ -59,9 +70,7 @@ void describe(CLI::App &app, Global &global, Invocations &invocations)
     app.add_flag("--json", global.json, "print JSON");
     app.set_version_flag("--version", "eswctl " ESW_VERSION);
     for (const Family &family : families()) {
-        CLI::App *parent = &app;
-        if (!family.noun.empty())
-            parent = app.add_subcommand(family.noun, family.summary)->fallthrough();
+        CLI::App *parent = add_nouns(app, family.noun, family.summary);
         for (const Command &command : family.commands) {
             const size_t verb = family.noun.empty() ? 0 : family.noun.size() + 1;
             add_command(*parent, command.words.substr(verb), command, invocations);
