@@ -3,9 +3,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <numeric>
-
-#include <sys/stat.h>
 
 #include <esw.h>
 
@@ -13,84 +10,61 @@ namespace {
 
 using namespace test;
 
+std::string bytes(const eth_cfp_rule_t &rule) { return {reinterpret_cast<const char *>(&rule), sizeof rule}; }
+
+eth_cfp_rule_t filled(char byte)
+{
+    eth_cfp_rule_t rule;
+    memset(&rule, byte, sizeof rule);
+    return rule;
+}
+
 class CfpRuleFile : public Board {
 protected:
-    [[nodiscard]] std::string path() const { return directory() + "/shm/cfp_rule.cfg"; }
+    const std::string path = directory() + "/shm/cfp_rule.cfg";
 
     std::string contents()
     {
-        std::ifstream file(path(), std::ios::binary);
+        std::ifstream file(path, std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
-    }
-
-    void put(const std::string &bytes) { std::ofstream(path(), std::ios::binary) << bytes; }
-
-    static std::string bytes(const eth_cfp_rule_t &rule)
-    {
-        return {reinterpret_cast<const char *>(&rule), sizeof rule};
-    }
-
-    static eth_cfp_rule_t numbered(uint32_t first)
-    {
-        eth_cfp_rule_t rule;
-        auto *words = reinterpret_cast<uint32_t *>(&rule);
-        std::iota(words, words + sizeof rule / sizeof *words, first);
-        return rule;
     }
 };
 
 TEST_F(CfpRuleFile, HoldsTheRuleStoredLast)
 {
-    const eth_cfp_rule_t first = numbered(0xF0000000);
-    const eth_cfp_rule_t second = numbered(0x01020304);
+    eth_cfp_rule_t rule = filled('1');
+    EXPECT_EQ(eth_cfp_rule_load(&rule), 0) << "a missing file is created empty and holds zeros";
+    EXPECT_EQ(bytes(rule), std::string(124, '\0'));
+    EXPECT_TRUE(std::filesystem::is_empty(path));
+    EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms{0600});
+
+    const eth_cfp_rule_t first = filled('2');
+    eth_cfp_rule_t second = filled('3');
+    second.ext_b[2] = 0x01020304;
     EXPECT_EQ(eth_cfp_rule_store(&first), 0);
     EXPECT_EQ(eth_cfp_rule_store(&second), 0);
-    EXPECT_EQ(contents().size(), 124u);
-    EXPECT_EQ(contents(), bytes(second));
-    struct stat status = {};
-    stat(path().c_str(), &status);
-    EXPECT_EQ(status.st_mode & 0777, 0600u);
-    eth_cfp_rule_t loaded;
-    EXPECT_EQ(eth_cfp_rule_load(&loaded), 0);
-    EXPECT_EQ(bytes(loaded), bytes(second));
+    EXPECT_EQ(contents(), std::string(120, '3') + "\4\3\2\1");
+    EXPECT_EQ(eth_cfp_rule_load(&rule), 0);
+    EXPECT_EQ(bytes(rule), bytes(second));
 }
 
-TEST_F(CfpRuleFile, AMissingFileIsCreatedEmptyAndHoldsZeros)
+TEST_F(CfpRuleFile, FailuresLeaveTheRecordAlone)
 {
-    for (int time = 0; time < 2; ++time) {
-        eth_cfp_rule_t rule = numbered(1);
-        EXPECT_EQ(eth_cfp_rule_load(&rule), 0);
-        EXPECT_EQ(bytes(rule), std::string(124, '\0'));
-        EXPECT_TRUE(std::filesystem::exists(path()));
-        EXPECT_EQ(contents(), "");
-    }
-}
-
-TEST_F(CfpRuleFile, OtherSizesAreRefusedWithAWarning)
-{
+    eth_cfp_rule_t rule = filled('1');
     for (const size_t size : {1u, 100u, 123u, 125u, 248u}) {
-        put(std::string(size, 'x'));
-        eth_cfp_rule_t rule = numbered(1);
+        std::ofstream(path, std::ios::binary) << std::string(size, 'x');
         EXPECT_EQ(printed([&] { EXPECT_EQ(eth_cfp_rule_load(&rule), -1); }).out,
                   "\nWARNING file size not equals to 124");
-        EXPECT_EQ(bytes(rule), bytes(numbered(1)));
     }
-}
-
-TEST_F(CfpRuleFile, WhatCannotBeOpenedOrWrittenFails)
-{
-    eth_cfp_rule_t rule = numbered(1);
-    ASSERT_EQ(symlink("/dev/full", path().c_str()), 0);
+    std::filesystem::remove(path);
+    std::filesystem::create_symlink("/dev/full", path);
     EXPECT_EQ(printed([&] { EXPECT_EQ(eth_cfp_rule_store(&rule), -1); }).error,
               "write: No space left on device\n");
-    std::filesystem::remove(path());
-    std::filesystem::create_directory(path());
-    EXPECT_EQ(printed([&] {
-                  EXPECT_EQ(eth_cfp_rule_store(&rule), -1);
-                  EXPECT_EQ(eth_cfp_rule_load(&rule), -1);
-              }).error,
-              "open: Is a directory\nopen: Is a directory\n");
-    EXPECT_EQ(bytes(rule), bytes(numbered(1)));
+    std::filesystem::remove(path);
+    std::filesystem::create_directory(path);
+    const auto both = [&] { EXPECT_EQ(eth_cfp_rule_store(&rule) + eth_cfp_rule_load(&rule), -2); };
+    EXPECT_EQ(printed(both).error, "open: Is a directory\nopen: Is a directory\n");
+    EXPECT_EQ(bytes(rule), bytes(filled('1')));
 }
 
 } // namespace

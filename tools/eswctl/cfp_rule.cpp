@@ -10,7 +10,8 @@
 namespace eswctl {
 namespace {
 
-// Where a class keeps a member: bits of one of the record's 31 words. Without bits: not on this class.
+// Where a class keeps a member: bits of one of the record's 31 words, which are 8 of data, 8 of mask, 3 of
+// action, 7 of policer, 2 of ext_a and 3 of ext_b. Without bits: not on this class.
 struct Place {
     uint8_t word;
     uint8_t low;
@@ -40,78 +41,30 @@ struct Member {
 };
 
 constexpr Place absent{0, 0, 0};
-constexpr unsigned action0 = 16;
-constexpr unsigned policer0 = 19;
 
 constexpr Member members[] = {
-    {"data",
-     "--data",
-     "data",
-     "key words, such as 0x00000003,0,0x0800; the rest is 0",
-     Form::words,
-     {0, 0, 8},
-     {0, 0, 8}},
+    {"data", "--data", "data", "key words, such as 0x3,0,0x0800", Form::words, {0, 0, 8}, {0, 0, 8}},
     {"mask", "--mask", "mask", "mask words", Form::words, {8, 0, 8}, {8, 0, 8}},
     {"action", nullptr, "action", "", Form::words, {16, 0, 2}, {16, 0, 3}},
     {"policer", nullptr, "policer", "", Form::words, {19, 0, 2}, {19, 0, 7}},
     {"ext_a", nullptr, "ext A", "", Form::words, {26, 0, 2}, absent},
     {"ext_b", nullptr, "ext B", "", Form::words, absent, {28, 0, 3}},
     {"action1", "--action", "action 1", "forwarding action 1", Form::number, {16, 7, 2}, {16, 24, 2}},
-    {"destination1",
-     "--dst",
-     "dst 1",
-     "destination mask 1; class B moves bit 6 to bit 7",
-     Form::mask,
-     {16, 0, 7},
-     {16, 14, 10}},
+    {"destination1", "--dst", "dst 1", "destination mask 1", Form::mask, {16, 0, 7}, {16, 14, 10}},
     {"action2", "--action2", "action 2", "forwarding action 2", Form::number, {16, 23, 2}, {17, 11, 2}},
     {"destination2", "--dst2", "dst 2", "destination mask 2", Form::mask, {16, 16, 7}, {17, 1, 10}},
     {"traffic_class", "--tc", "TC", "change the traffic class", Form::number, {17, 10, 3}, {16, 10, 3}},
     {"chain_id", "--chain", "chain", "chain ID", Form::number, {17, 14, 8}, {17, 20, 8}},
     {"vlan_bypass", "--vlan-bypass", "bypass", "bypass the VLAN", Form::flag, {17, 0, 1}, {16, 0, 1}},
-    {"rate", "--rate", "rate", "class A: rate, rounded down", Form::meter, {19, 0, 1}, absent, 1024000},
-    {"burst", "--burst", "burst", "class A: burst, rounded down", Form::meter, {19, 0, 1}, absent, 16384},
+    {"rate", "--rate", "rate", "class A: rate", Form::meter, {19, 0, 1}, absent, 1024000},
+    {"burst", "--burst", "burst", "class A: burst", Form::meter, {19, 0, 1}, absent, 16384},
     {"rate_mode", "--rate-mode", "rate mode", "class B: 3 for no policer", Form::number, absent, {19, 3, 2}},
     {"color_mode", "--color-mode", "color", "class B: color mode", Form::number, absent, {19, 0, 1}},
-    {"policer_action",
-     "--policer-action",
-     "policer",
-     "class B: policer action",
-     Form::number,
-     absent,
-     {19, 1, 1}},
-    {"eir",
-     "--eir",
-     "EIR",
-     "class B: excess rate, rounded down to a multiple of 4",
-     Form::meter,
-     absent,
-     {20, 0, 1},
-     2000000},
-    {"eir_burst",
-     "--eir-burst",
-     "EIR burst",
-     "class B: burst of the excess rate",
-     Form::meter,
-     absent,
-     {20, 0, 1},
-     1023},
-    {"cir",
-     "--cir",
-     "CIR",
-     "class B: committed rate, rounded down to a multiple of 4",
-     Form::meter,
-     absent,
-     {23, 0, 1},
-     2000000},
-    {"cir_burst",
-     "--cir-burst",
-     "CIR burst",
-     "class B: burst of the committed rate",
-     Form::meter,
-     absent,
-     {23, 0, 1},
-     1023},
+    {"policer_action", "--policer", "policer", "class B: policer action", Form::number, absent, {19, 1, 1}},
+    {"eir", "--eir", "EIR", "class B: excess rate", Form::meter, absent, {20, 0, 1}, 2000000},
+    {"eir_burst", "--eir-burst", "EIR burst", "class B: its burst", Form::meter, absent, {20, 0, 1}, 1023},
+    {"cir", "--cir", "CIR", "class B: committed rate", Form::meter, absent, {23, 0, 1}, 2000000},
+    {"cir_burst", "--cir-burst", "CIR burst", "class B: its burst", Form::meter, absent, {23, 0, 1}, 1023},
 };
 
 // Values that one library call sets together.
@@ -121,31 +74,29 @@ struct Setter {
     void (*set)(eth_cfp_rule_t *rule, uint32_t first, uint32_t second);
 };
 
+template <auto call, typename Value>
+void one(eth_cfp_rule_t *rule, uint32_t value, uint32_t)
+{
+    call(rule, static_cast<Value>(value));
+}
+
+template <auto call, typename Value>
+void two(eth_cfp_rule_t *rule, uint32_t first, uint32_t second)
+{
+    call(rule, static_cast<Value>(first), static_cast<Value>(second));
+}
+
 constexpr Setter setters[] = {
     {"action1", "action2", ethCfpRuleAction},
     {"destination1", "destination2", ethCfpRuleActionDst},
-    {"traffic_class", nullptr,
-     [](auto *rule, uint32_t tc, uint32_t) { ethCfpRuleActionChangeTc(rule, static_cast<uint8_t>(tc)); }},
-    {"chain_id", nullptr,
-     [](auto *rule, uint32_t id, uint32_t) { ethCfpRuleActionChainId(rule, static_cast<uint8_t>(id)); }},
-    {"rate", "burst",
-     [](auto *rule, uint32_t rate, uint32_t burst) {
-         eth_cfp_util_rule_t_rate_set(rule, static_cast<int32_t>(rate), static_cast<int32_t>(burst));
-     }},
-    {"rate_mode", nullptr,
-     [](auto *rule, uint32_t mode, uint32_t) {
-         eth_cfp_util_rule_t_rate_mode_set(rule, static_cast<uint8_t>(mode));
-     }},
-    {"color_mode", nullptr,
-     [](auto *rule, uint32_t mode, uint32_t) { eth_cfp_util_rule_t_rate_color_mode_set(rule, mode); }},
-    {"policer_action", nullptr,
-     [](auto *rule, uint32_t action, uint32_t) {
-         eth_cfp_util_rule_t_rate_policer_action_set(rule, static_cast<uint8_t>(action));
-     }},
-    {"eir", "eir_burst",
-     [](auto *rule, uint32_t rate, uint32_t burst) { eth_cfp_util_rule_t_eir_set(rule, rate, burst); }},
-    {"cir", "cir_burst",
-     [](auto *rule, uint32_t rate, uint32_t burst) { eth_cfp_util_rule_t_cir_set(rule, rate, burst); }},
+    {"traffic_class", nullptr, one<ethCfpRuleActionChangeTc, uint8_t>},
+    {"chain_id", nullptr, one<ethCfpRuleActionChainId, uint8_t>},
+    {"rate", "burst", two<eth_cfp_util_rule_t_rate_set, int32_t>},
+    {"rate_mode", nullptr, one<eth_cfp_util_rule_t_rate_mode_set, uint8_t>},
+    {"color_mode", nullptr, one<eth_cfp_util_rule_t_rate_color_mode_set, uint32_t>},
+    {"policer_action", nullptr, one<eth_cfp_util_rule_t_rate_policer_action_set, uint8_t>},
+    {"eir", "eir_burst", two<eth_cfp_util_rule_t_eir_set, uint32_t>},
+    {"cir", "cir_burst", two<eth_cfp_util_rule_t_cir_set, uint32_t>},
 };
 
 using Words = std::span<uint32_t, sizeof(eth_cfp_rule_t) / sizeof(uint32_t)>;
