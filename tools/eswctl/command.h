@@ -28,6 +28,8 @@ struct Refused {
 struct Kind {
     std::string accepted; // completes "use ..."
     std::function<Json(const std::string &)> parse;
+    std::vector<std::string> words = {}; // all that it accepts, when that can be listed
+    std::string source = "";             // what completion offers besides: "vlan", "cfp" or "file"
 };
 
 Kind number(uint64_t first, uint64_t last, const std::string &unit = ""); // hexadecimal with 0x, or decimal
@@ -36,6 +38,7 @@ Kind choice(const std::vector<std::string> &words); // yields the word
 Kind on_off();                                      // yields a boolean
 Kind text(const std::string &what);
 Kind list_of(size_t count, const Kind &item); // "4,3,2,1"; yields an array
+Kind file_name();
 
 Kind any_port();    // 0, 1 or 8
 Kind phy_port();    // 0 or 1
@@ -64,7 +67,10 @@ struct Command {
     std::string summary;
     std::vector<Argument> arguments;
     std::function<Report(const Arguments &)> run;
-    bool asks = false; // destructive: asks on a terminal unless --yes
+    bool asks = false;    // destructive: asks on a terminal unless --yes
+    bool offline = false; // needs no switch
+
+    [[nodiscard]] bool is_group() const { return !run; }
 };
 
 struct Family {

@@ -14,4 +14,9 @@ Family rate_family();
 Family priority_family();
 Family qos_family();
 
+// Commands of a single word that have a file of their own.
+Command batch_command();
+Command completion_command();
+Command manual_command();
+
 } // namespace eswctl

@@ -41,8 +41,7 @@ std::vector<std::string> split(const std::string &list)
 Json ascending(std::vector<uint32_t> numbers)
 {
     std::ranges::sort(numbers);
-    const auto repeated = std::ranges::unique(numbers);
-    numbers.erase(repeated.begin(), repeated.end());
+    numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
     return numbers;
 }
 
@@ -115,24 +114,30 @@ Kind one_of(const std::vector<uint32_t> &numbers)
     std::vector<std::string> words;
     for (const uint32_t n : numbers)
         words.push_back(std::to_string(n));
-    return {enumerate(words), [=](const std::string &text) -> Json {
+    return {enumerate(words),
+            [=](const std::string &text) -> Json {
                 const auto value = parse_number(text);
                 return value && std::ranges::find(numbers, *value) != numbers.end() ? Json(*value) : Json();
-            }};
+            },
+            words};
 }
 
 Kind choice(const std::vector<std::string> &words)
 {
-    return {enumerate(words), [=](const std::string &text) -> Json {
+    return {enumerate(words),
+            [=](const std::string &text) -> Json {
                 return std::ranges::find(words, text) != words.end() ? Json(text) : Json();
-            }};
+            },
+            words};
 }
 
 Kind on_off()
 {
-    return {"on or off", [](const std::string &text) -> Json {
+    return {"on or off",
+            [](const std::string &text) -> Json {
                 return text == "on" || text == "off" ? Json(text == "on") : Json();
-            }};
+            },
+            {"on", "off"}};
 }
 
 Kind text(const std::string &what)
@@ -172,11 +177,24 @@ Kind port_set()
             }};
 }
 
-Kind vid() { return number(0, last_vid); }
+Kind file_name()
+{
+    Kind kind = text("a file name");
+    kind.source = "file";
+    return kind;
+}
+
+Kind vid()
+{
+    Kind kind = number(0, last_vid);
+    kind.source = "vlan";
+    return kind;
+}
 
 Kind vid_list()
 {
-    return {"VIDs from 0 to 4095 such as 10-20,30", [](const std::string &text) -> Json {
+    return {"VIDs from 0 to 4095 such as 10-20,30",
+            [](const std::string &text) -> Json {
                 std::vector<uint32_t> vids;
                 for (const std::string &item : split(text)) {
                     const size_t dash = item.find('-');
@@ -188,7 +206,9 @@ Kind vid_list()
                         vids.push_back(static_cast<uint32_t>(value));
                 }
                 return ascending(vids);
-            }};
+            },
+            {},
+            "vlan"};
 }
 
 Kind mac_address()

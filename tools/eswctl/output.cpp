@@ -21,6 +21,8 @@ namespace eswctl {
 namespace {
 
 bool as_json_documents = false;
+bool silent_now = false;
+const Progress *shown_progress = nullptr;
 volatile sig_atomic_t interrupted = 0;
 
 void note_interrupt(int) { interrupted = 1; }
@@ -34,16 +36,23 @@ Refused file_failure(const char *what, const std::string &path)
 
 void print_as_json(bool json) { as_json_documents = json; }
 
+bool printing_json() { return as_json_documents; }
+
 void print_or_throw(const std::string &text)
 {
     if (!print(text))
         throw Refused{fmt::format("cannot write the output: {}", strerror(errno))};
 }
 
+void silence(bool silent) { silent_now = silent; }
+
 void emit(const Report &report)
 {
-    if (!report.value.is_null())
-        print_or_throw(as_json_documents ? as_json(report) : as_text(report));
+    if (report.value.is_null() || silent_now)
+        return;
+    if (shown_progress)
+        shown_progress->hide();
+    print_or_throw(as_json_documents ? as_json(report) : as_text(report));
 }
 
 bool wait_for_next(double seconds)
@@ -62,7 +71,21 @@ bool wait_for_next(double seconds)
 
 Progress::Progress(std::string what, size_t total)
     : what_(std::move(what)), total_(total), shown_(isatty(STDERR_FILENO) != 0)
-{}
+{
+    shown_progress = this;
+}
+
+Progress::~Progress()
+{
+    hide();
+    shown_progress = nullptr;
+}
+
+void Progress::hide() const
+{
+    if (shown_)
+        fmt::print(stderr, "\r\033[K");
+}
 
 void Progress::advance_to(size_t done)
 {
@@ -73,12 +96,6 @@ void Progress::advance_to(size_t done)
     else
         fmt::print(stderr, "\r{}: {} of {} [{:<30}]", what_, done, total_,
                    std::string(done * 30 / total_, '='));
-}
-
-Progress::~Progress()
-{
-    if (shown_)
-        fmt::print(stderr, "\r\033[K");
 }
 
 void write_file(const std::string &path, const std::string &text)

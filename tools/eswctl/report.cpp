@@ -121,7 +121,7 @@ Report done(const std::string &sentence, Json value) { return {std::move(value),
 
 std::string as_text(const Report &report)
 {
-    std::string text;
+    std::string text = report.text;
     for (const Section &section : report.sections) {
         const Json &value = section.key.empty() ? report.value : report.value.at(section.key);
         text += (text.empty() ? "" : "\n");

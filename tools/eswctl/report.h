@@ -28,6 +28,7 @@ struct Report {
     Json value = Json::object(); // printed whole as JSON; null prints nothing
     std::vector<Section> sections = {};
     std::string sentence = ""; // what a command that changes something has done
+    std::string text = "";     // printed as it stands, for what is a text already
     bool one_of_many = false;  // of a watch: as JSON, it takes one line
 };
 
