@@ -42,7 +42,7 @@ void add_command(CLI::App &parent, const std::string &words, const Command &comm
         return;
     }
     CLI::App *app = parent.add_subcommand(words, command.summary)->fallthrough();
-    if (command.is_group())
+    if (!command.run)
         return;
     Invocation &invocation = invocations.emplace_back(Invocation{&command, app, {}});
     for (const Argument &argument : command.arguments)

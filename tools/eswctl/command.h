@@ -37,8 +37,8 @@ Kind one_of(const std::vector<uint32_t> &numbers);
 Kind choice(const std::vector<std::string> &words); // yields the word
 Kind on_off();                                      // yields a boolean
 Kind text(const std::string &what);
-Kind list_of(size_t count, const Kind &item); // "4,3,2,1"; yields an array
 Kind file_name();
+Kind list_of(size_t count, const Kind &item); // "4,3,2,1"; yields an array
 
 Kind any_port();    // 0, 1 or 8
 Kind phy_port();    // 0 or 1
@@ -69,8 +69,6 @@ struct Command {
     std::function<Report(const Arguments &)> run;
     bool asks = false;    // destructive: asks on a terminal unless --yes
     bool offline = false; // needs no switch
-
-    [[nodiscard]] bool is_group() const { return !run; }
 };
 
 struct Family {
@@ -95,6 +93,9 @@ Mac to_mac(const Json &text);
 std::string from_mac(const uint8_t mac[6]);
 uint32_t to_port_set(const Json &ports);
 Json from_port_set(uint32_t ports);
+
+// The network interface chosen with -i: requests to PHYs name it.
+const std::string &interface_name();
 
 // What the switch at hand is.
 bool is_class_a();

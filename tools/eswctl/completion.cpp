@@ -1,4 +1,9 @@
 // completion: scripts for shells, made from the same tables as the command line itself.
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <sstream>
+
 #include <fmt/format.h>
 
 #include "eswctl/cli.h"
@@ -26,16 +31,28 @@ std::string shell_of(const std::string &name)
     return "";
 }
 
-// The words that may stand behind these: the verbs behind a noun.
-std::vector<std::string> words_behind(const Family &family, const std::string &words)
+std::vector<std::string> split_words(const std::string &text)
 {
-    std::vector<std::string> behind;
-    for (const Command &command : family.commands) {
-        const size_t blank = command.words.rfind(' ');
-        if (command.words.substr(0, blank) == words)
-            behind.push_back(command.words.substr(blank + 1));
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), {}};
+}
+
+// The words that may follow each sequence of words: "" (the first words), "rate", "rate egress", ...
+std::map<std::string, std::vector<std::string>> next_words()
+{
+    std::map<std::string, std::vector<std::string>> next;
+    for (const Family &family : families()) {
+        for (const Command &command : family.commands) {
+            std::string path;
+            for (const std::string &word : split_words(command.words)) {
+                std::vector<std::string> &words = next[path];
+                if (std::ranges::find(words, word) == words.end())
+                    words.push_back(word);
+                path += (path.empty() ? "" : " ") + word;
+            }
+        }
     }
-    return behind;
+    return next;
 }
 
 // "-i,--interface" is two words.
@@ -89,20 +106,6 @@ Offer offer_of(const Command &command)
     return offer;
 }
 
-std::vector<std::string> first_words()
-{
-    std::vector<std::string> words;
-    for (const Family &family : families()) {
-        if (!family.noun.empty())
-            words.push_back(family.noun);
-        for (const Command &command : family.commands) {
-            if (family.noun.empty())
-                words.push_back(command.words);
-        }
-    }
-    return words;
-}
-
 std::vector<std::string> always()
 {
     std::vector<std::string> words = options_of(global_options());
@@ -118,20 +121,15 @@ std::string bash_values(const Offer &offer)
     return offer.files ? text + "; files=yes" : text;
 }
 
-std::string bash_words(const Family &family, const std::string &words)
-{
-    return fmt::format("    '{}') words='{}' ;;\n", words, fmt::join(words_behind(family, words), " "));
-}
-
 std::string bash_cases()
 {
     std::string text;
+    for (const auto &[path, words] : next_words())
+        text += fmt::format("    '{}') words='{}' ;;\n", path, fmt::join(words, " "));
     for (const Family &family : families()) {
         for (const Command &command : family.commands) {
-            if (command.is_group()) {
-                text += bash_words(family, command.words);
+            if (!command.run)
                 continue;
-            }
             text += fmt::format("    '{}') {} ;;\n", command.words, bash_values(offer_of(command)));
             for (const Argument &argument : command.arguments) {
                 Offer value;
@@ -142,8 +140,17 @@ std::string bash_cases()
                         fmt::format("    '{} {}') {} ;;\n", command.words, argument.name, bash_values(value));
             }
         }
-        if (!family.noun.empty())
-            text += bash_words(family, family.noun);
+    }
+    return text;
+}
+
+// Every sequence of words that is a command, or leads to one.
+std::string bash_paths()
+{
+    std::string text;
+    for (const auto &[path, words] : next_words()) {
+        for (const std::string &word : words)
+            text += fmt::format("{}'{} {}'", text.empty() ? "" : " | ", path.empty() ? "" : " " + path, word);
     }
     return text;
 }
@@ -173,9 +180,8 @@ _eswctl()
     -?*) _eswctl_words "$path $previous" ;;
     esac
     [ -n "$words$files" ] || _eswctl_words "$path"
-    [ -n "$path" ] || words='{1}'
     case $current in
-    -*) words+=' {2}' ;;
+    -*) words+=' {1}' ;;
     esac
     mapfile -t COMPREPLY < <(compgen ${{files:+-f}} -W "$words" -- "$current")
 }}
@@ -183,22 +189,12 @@ _eswctl()
 _eswctl_words()
 {{
     case $1 in
-{3}    esac
+{2}    esac
 }}
 
 complete -F _eswctl eswctl
 )",
-                       [] {
-                           std::vector<std::string> paths;
-                           for (const Family &family : families()) {
-                               if (!family.noun.empty())
-                                   paths.push_back(fmt::format("' {}'", family.noun));
-                               for (const Command &command : family.commands)
-                                   paths.push_back(fmt::format("' {}'", command.words));
-                           }
-                           return fmt::format("{}", fmt::join(paths, " | "));
-                       }(),
-                       fmt::join(first_words(), " "), fmt::join(always(), " "), bash_cases());
+                       bash_paths(), fmt::join(always(), " "), bash_cases());
 }
 
 // zsh runs the bash functions.
@@ -229,25 +225,29 @@ std::string fish_option(const std::string &condition, const Argument &argument)
     return text + " -d " + fish_quoted(argument.help) + '\n';
 }
 
-// That every word has been typed: "a; and b".
-std::string fish_seen(const std::string &words)
+// True once all these words stand on the command line.
+std::string fish_seen(const std::vector<std::string> &words, size_t count)
 {
-    const size_t blank = words.rfind(' ');
-    const std::string last = "__fish_seen_subcommand_from " + words.substr(blank + 1);
-    return blank == std::string::npos ? last : fish_seen(words.substr(0, blank)) + "; and " + last;
+    std::string text;
+    for (size_t i = 0; i < count; ++i)
+        text += (i == 0 ? "" : "; and ") + ("__fish_seen_subcommand_from " + words[i]);
+    return text.empty() ? "__fish_use_subcommand" : text;
+}
+
+std::string fish_word(const std::vector<std::string> &words, const std::string &summary)
+{
+    std::string condition = fish_seen(words, words.size() - 1);
+    if (words.size() > 1)
+        condition += "; and not __fish_seen_subcommand_from " + words.back();
+    return fmt::format("complete -c eswctl -n {} -a {} -d {}\n", fish_quoted(condition), words.back(),
+                       fish_quoted(summary));
 }
 
 std::string fish_command(const Command &command)
 {
-    const std::string here = fish_seen(command.words);
-    const size_t blank = command.words.rfind(' ');
-    const std::string verb = command.words.substr(blank + 1);
-    const std::string before =
-        blank == std::string::npos
-            ? "__fish_use_subcommand"
-            : fish_seen(command.words.substr(0, blank)) + "; and not __fish_seen_subcommand_from " + verb;
-    std::string text = fmt::format("complete -c eswctl -n {} -a {} -d {}\n", fish_quoted(before),
-                                   fish_quoted(verb), fish_quoted(command.summary));
+    const std::vector<std::string> words = split_words(command.words);
+    const std::string here = fish_seen(words, words.size());
+    std::string text = fish_word(words, command.summary);
     for (const Argument &argument : command.arguments) {
         if (argument.name.starts_with('-')) {
             text += fish_option(here, argument);
@@ -274,8 +274,7 @@ std::string fish()
         text += fish_option("true", option);
     for (const Family &family : families()) {
         if (!family.noun.empty())
-            text += fmt::format("complete -c eswctl -n __fish_use_subcommand -a {} -d {}\n", family.noun,
-                                fish_quoted(family.summary));
+            text += fish_word({family.noun}, family.summary);
         for (const Command &command : family.commands)
             text += fish_command(command);
     }

@@ -102,10 +102,8 @@ std::string page()
     for (const Family &family : families()) {
         if (!family.noun.empty())
             text += fmt::format(".SS {}: {}\n", roff(family.noun), roff(family.summary));
-        for (const Command &command : family.commands) {
-            if (!command.is_group())
-                text += described(command);
-        }
+        for (const Command &command : family.commands)
+            text += command.run ? described(command) : "";
     }
     return text + tail;
 }

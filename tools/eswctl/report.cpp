@@ -130,6 +130,6 @@ std::string as_text(const Report &report)
     return report.sentence.empty() ? text : text + report.sentence + '\n';
 }
 
-std::string as_json(const Report &report) { return report.value.dump(2) + '\n'; }
+std::string as_json(const Report &report) { return report.value.dump(report.one_of_many ? -1 : 2) + '\n'; }
 
 } // namespace eswctl
