@@ -49,5 +49,6 @@
 #include <esw/qos.h>
 #include <esw/stat.h>
 #include <esw/types.h>
+#include <esw/vlan.h>
 
 #endif

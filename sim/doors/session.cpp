@@ -155,6 +155,18 @@ bool Session::serve(int descriptor, unsigned long number, void *argument, int &r
     return true;
 }
 
+bool Session::is_stand_in(dev_t device, ino_t inode) const
+{
+    for (const BoardFile &file : shm_files) {
+        char path[path_size];
+        struct stat status = {};
+        if (join_path(path, directory_, file.stand_in) && stat(path, &status) == 0 &&
+            status.st_ino == inode && status.st_dev == device)
+            return true;
+    }
+    return false;
+}
+
 const char *Session::redirect(const char *path, char (&to)[path_size]) const
 {
     if (!path || strncmp(path, "/dev/", 5) != 0)

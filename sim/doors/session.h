@@ -19,6 +19,9 @@ public:
     // Where a path of the board really lies; null when the path is none of the board's.
     const char *redirect(const char *path, char (&to)[path_size]) const;
 
+    // Whether a file stands in for one under /dev/shm.
+    [[nodiscard]] bool is_stand_in(dev_t device, ino_t inode) const;
+
     [[nodiscard]] const Options &options() const { return options_; }
     Driver &driver() { return driver_; }
 

@@ -24,6 +24,8 @@ struct State {
     Traffic traffic[counting_ports.size()];
     Phy phys[phy_count];
     Eee eee[phy_count];
+    uint32_t vlan_table[4096]; // by VID
+    uint32_t evt[16][256];     // egress translation, by port and index
 };
 
 // How the switch behaves towards one process.

@@ -328,6 +328,8 @@ void trace_requests() { tracing = true; }
 
 void withhold_writes() { withheld.emplace(); }
 
+bool withholds_writes() { return withheld.has_value(); }
+
 Report withheld_changes()
 {
     std::vector<Change> changes = withheld->changes;

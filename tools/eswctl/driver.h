@@ -12,6 +12,7 @@ void trace_requests();
 // From now on, reads reach the switch, writes don't; later reads see what was withheld. The same holds for
 // the library's files.
 void withhold_writes();
+bool withholds_writes();
 
 // What would have changed: registers, PHY registers, EEE and the library's files, in order.
 Report withheld_changes();

@@ -19,6 +19,8 @@ const std::vector<Family> &families()
         bpdu_family(),
         protect_family(),
         l2_cache_family(),
+        vlan_family(),
+        translation_family(),
         rate_family(),
         priority_family(),
         qos_family(),

@@ -20,6 +20,8 @@ Family mcast_family();
 Family bpdu_family();
 Family protect_family();
 Family l2_cache_family();
+Family vlan_family();
+Family translation_family();
 Family rate_family();
 Family priority_family();
 Family qos_family();
@@ -27,7 +29,10 @@ Family stat_family();
 Family mirror_family();
 Family control_family();
 
-// Commands of a single word that have a file of their own.
+
+std::vector<Command> vlan_setting_commands(); // the rest of the VLAN family
+
+
 Command batch_command();
 Command completion_command();
 Command manual_command();
