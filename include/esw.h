@@ -41,8 +41,13 @@
 #ifndef ESW_H
 #define ESW_H
 
+#include <esw/control.h>
 #include <esw/core.h>
+#include <esw/l2.h>
+#include <esw/mirror.h>
 #include <esw/port.h>
+#include <esw/qos.h>
+#include <esw/stat.h>
 #include <esw/types.h>
 #include <esw/vlan.h>
 

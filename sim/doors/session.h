@@ -28,6 +28,8 @@ public:
 private:
     [[nodiscard]] bool is_control_device(int descriptor) const;
     int serve_register(Route route, bool write, void *argument);
+    int serve_mii(bool write, esw::MiiRequest &request, void *argument);
+    int serve_eee(bool write, void *argument);
     bool serve_interface(unsigned long number, void *argument, int &error);
 
     SharedSwitch &shared_;

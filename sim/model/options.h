@@ -12,6 +12,8 @@ struct Options {
     bool device_route = true;     // /dev/esw-ctl exists
     uint64_t failing_request = 0; // the nth request of the process fails; 0: none
     bool all_requests_fail = false;
+    bool mii_requests_fail = false;
+    bool eee_requests_fail = false;
     bool no_socket = false;
     bool no_lock = false;
 };
@@ -22,8 +24,8 @@ bool parse_number(const char *text, uint64_t &number);
 // "device" or "interface". False when text is neither.
 bool parse_route(const char *text, Options &options);
 
-// "nth=N", "all", "stuck=NAME", "stuck=PAGE:OFFSET", "socket" or "lock". False when text is none of them, or
-// names no register with a busy bit.
+// "nth=N", "all", "mii", "eee", "stuck=NAME", "stuck=PAGE:OFFSET", "socket" or "lock". False when text is
+// none of them, or names no register with a busy bit.
 bool parse_fault(const char *text, Options &options);
 
 // Faults separated by blanks.

@@ -35,9 +35,16 @@ const CLI::Option *add_argument(CLI::App &app, const Argument &argument)
         ->allow_extra_args(argument.repeated);
 }
 
-void add_command(CLI::App &parent, const std::string &word, const Command &command, Invocations &invocations)
+void add_command(CLI::App &parent, const std::string &words, const Command &command, Invocations &invocations)
 {
-    CLI::App *app = parent.add_subcommand(word, command.summary)->fallthrough();
+    if (const size_t blank = words.find(' '); blank != std::string::npos) {
+        CLI::App &group = *parent.get_subcommand(words.substr(0, blank));
+        add_command(group, words.substr(blank + 1), command, invocations);
+        return;
+    }
+    CLI::App *app = parent.add_subcommand(words, command.summary)->fallthrough();
+    if (!command.run)
+        return;
     Invocation &invocation = invocations.emplace_back(Invocation{&command, app, {}});
     for (const Argument &argument : command.arguments)
         invocation.given[argument.name] = add_argument(*app, argument);

@@ -38,6 +38,7 @@ Kind choice(const std::vector<std::string> &words); // yields the word
 Kind on_off();                                      // yields a boolean
 Kind text(const std::string &what);
 Kind file_name();
+Kind list_of(size_t count, const Kind &item); // "4,3,2,1"; yields an array
 
 Kind any_port();    // 0, 1 or 8
 Kind phy_port();    // 0 or 1
@@ -59,6 +60,8 @@ struct Argument {
 // The values given, by argument name. Absent ones hold their fallback.
 using Arguments = Json;
 
+// Words that only lead to commands ("rate egress" of "rate egress set") have a row of their own before those
+// commands, without arguments and without a function.
 struct Command {
     std::string words; // "port enable"
     std::string summary;
@@ -90,6 +93,9 @@ Mac to_mac(const Json &text);
 std::string from_mac(const uint8_t mac[6]);
 uint32_t to_port_set(const Json &ports);
 Json from_port_set(uint32_t ports);
+
+// The network interface chosen with -i: requests to PHYs name it.
+const std::string &interface_name();
 
 // What the switch at hand is.
 bool is_class_a();

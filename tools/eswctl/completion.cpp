@@ -1,4 +1,9 @@
 // completion: scripts for shells, made from the same tables as the command line itself.
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <sstream>
+
 #include <fmt/format.h>
 
 #include "eswctl/cli.h"
@@ -26,22 +31,28 @@ std::string shell_of(const std::string &name)
     return "";
 }
 
-std::string verb_of(const Family &family, const Command &command)
+std::vector<std::string> split_words(const std::string &text)
 {
-    return family.noun.empty() ? command.words : command.words.substr(family.noun.size() + 1);
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), {}};
 }
 
-// What may follow the noun: verbs, and the second words of nouns that lie below it.
-std::vector<std::string> words_behind(const Family &family)
+// The words that may follow each sequence of words: "" (the first words), "rate", "rate egress", ...
+std::map<std::string, std::vector<std::string>> next_words()
 {
-    std::vector<std::string> words;
-    for (const Command &command : family.commands)
-        words.push_back(verb_of(family, command));
-    for (const Family &other : families()) {
-        if (!family.noun.empty() && other.noun.starts_with(family.noun + ' '))
-            words.push_back(other.noun.substr(family.noun.size() + 1));
+    std::map<std::string, std::vector<std::string>> next;
+    for (const Family &family : families()) {
+        for (const Command &command : family.commands) {
+            std::string path;
+            for (const std::string &word : split_words(command.words)) {
+                std::vector<std::string> &words = next[path];
+                if (std::ranges::find(words, word) == words.end())
+                    words.push_back(word);
+                path += (path.empty() ? "" : " ") + word;
+            }
+        }
     }
-    return words;
+    return next;
 }
 
 // "-i,--interface" is two words.
@@ -95,20 +106,6 @@ Offer offer_of(const Command &command)
     return offer;
 }
 
-std::vector<std::string> first_words()
-{
-    std::vector<std::string> words;
-    for (const Family &family : families()) {
-        if (!family.noun.empty() && family.noun.find(' ') == std::string::npos)
-            words.push_back(family.noun);
-        for (const Command &command : family.commands) {
-            if (family.noun.empty())
-                words.push_back(command.words);
-        }
-    }
-    return words;
-}
-
 std::vector<std::string> always()
 {
     std::vector<std::string> words = options_of(global_options());
@@ -127,8 +124,12 @@ std::string bash_values(const Offer &offer)
 std::string bash_cases()
 {
     std::string text;
+    for (const auto &[path, words] : next_words())
+        text += fmt::format("    '{}') words='{}' ;;\n", path, fmt::join(words, " "));
     for (const Family &family : families()) {
         for (const Command &command : family.commands) {
+            if (!command.run)
+                continue;
             text += fmt::format("    '{}') {} ;;\n", command.words, bash_values(offer_of(command)));
             for (const Argument &argument : command.arguments) {
                 Offer value;
@@ -139,9 +140,17 @@ std::string bash_cases()
                         fmt::format("    '{} {}') {} ;;\n", command.words, argument.name, bash_values(value));
             }
         }
-        if (!family.noun.empty())
-            text +=
-                fmt::format("    '{}') words='{}' ;;\n", family.noun, fmt::join(words_behind(family), " "));
+    }
+    return text;
+}
+
+// Every sequence of words that is a command, or leads to one.
+std::string bash_paths()
+{
+    std::string text;
+    for (const auto &[path, words] : next_words()) {
+        for (const std::string &word : words)
+            text += fmt::format("{}'{} {}'", text.empty() ? "" : " | ", path.empty() ? "" : " " + path, word);
     }
     return text;
 }
@@ -171,9 +180,8 @@ _eswctl()
     -?*) _eswctl_words "$path $previous" ;;
     esac
     [ -n "$words$files" ] || _eswctl_words "$path"
-    [ -n "$path" ] || words='{1}'
     case $current in
-    -*) words+=' {2}' ;;
+    -*) words+=' {1}' ;;
     esac
     mapfile -t COMPREPLY < <(compgen ${{files:+-f}} -W "$words" -- "$current")
 }}
@@ -181,22 +189,12 @@ _eswctl()
 _eswctl_words()
 {{
     case $1 in
-{3}    esac
+{2}    esac
 }}
 
 complete -F _eswctl eswctl
 )",
-                       [] {
-                           std::vector<std::string> paths;
-                           for (const Family &family : families()) {
-                               if (!family.noun.empty())
-                                   paths.push_back(fmt::format("' {}'", family.noun));
-                               for (const Command &command : family.commands)
-                                   paths.push_back(fmt::format("' {}'", command.words));
-                           }
-                           return fmt::format("{}", fmt::join(paths, " | "));
-                       }(),
-                       fmt::join(first_words(), " "), fmt::join(always(), " "), bash_cases());
+                       bash_paths(), fmt::join(always(), " "), bash_cases());
 }
 
 // zsh runs the bash functions.
@@ -227,33 +225,29 @@ std::string fish_option(const std::string &condition, const Argument &argument)
     return text + " -d " + fish_quoted(argument.help) + '\n';
 }
 
-// The condition that the command line has come to this noun, and not to one below it.
-std::string fish_at(const std::string &noun)
+// True once all these words stand on the command line.
+std::string fish_seen(const std::vector<std::string> &words, size_t count)
 {
-    const std::string seen = "__fish_seen_subcommand_from ";
-    if (noun.empty())
-        return "__fish_use_subcommand";
-    const size_t blank = noun.find(' ');
-    std::string condition = seen + noun.substr(0, blank);
-    if (blank != std::string::npos)
-        condition += "; and " + seen + noun.substr(blank + 1);
-    for (const Family &family : families()) {
-        if (family.noun.starts_with(noun + ' '))
-            condition += "; and not " + seen + family.noun.substr(noun.size() + 1);
-    }
-    return condition;
+    std::string text;
+    for (size_t i = 0; i < count; ++i)
+        text += (i == 0 ? "" : "; and ") + ("__fish_seen_subcommand_from " + words[i]);
+    return text.empty() ? "__fish_use_subcommand" : text;
 }
 
-std::string fish_command(const Family &family, const Command &command)
+std::string fish_word(const std::vector<std::string> &words, const std::string &summary)
 {
-    const std::string verb = verb_of(family, command);
-    const std::string top = fish_at(family.noun);
-    const std::string here = family.noun.empty() ? "__fish_seen_subcommand_from " + verb
-                                                 : top + "; and __fish_seen_subcommand_from " + verb;
-    std::string text = fmt::format(
-        "complete -c eswctl -n {} -a {} -d {}\n",
-        fish_quoted(family.noun.empty() ? top : top + "; and not __fish_seen_subcommand_from " + verb),
-        fish_quoted(verb), fish_quoted(command.summary));
+    std::string condition = fish_seen(words, words.size() - 1);
+    if (words.size() > 1)
+        condition += "; and not __fish_seen_subcommand_from " + words.back();
+    return fmt::format("complete -c eswctl -n {} -a {} -d {}\n", fish_quoted(condition), words.back(),
+                       fish_quoted(summary));
+}
+
+std::string fish_command(const Command &command)
+{
+    const std::vector<std::string> words = split_words(command.words);
+    const std::string here = fish_seen(words, words.size());
+    std::string text = fish_word(words, command.summary);
     for (const Argument &argument : command.arguments) {
         if (argument.name.starts_with('-')) {
             text += fish_option(here, argument);
@@ -279,13 +273,10 @@ std::string fish()
     for (const Argument &option : global_options())
         text += fish_option("true", option);
     for (const Family &family : families()) {
-        const size_t blank = family.noun.find(' ');
-        const std::string above = blank == std::string::npos ? "" : family.noun.substr(0, blank);
         if (!family.noun.empty())
-            text += fmt::format("complete -c eswctl -n {} -a {} -d {}\n", fish_quoted(fish_at(above)),
-                                family.noun.substr(blank + 1), fish_quoted(family.summary));
+            text += fish_word(split_words(family.noun), family.summary);
         for (const Command &command : family.commands)
-            text += fish_command(family, command);
+            text += fish_command(command);
     }
     return text;
 }

@@ -146,6 +146,20 @@ Kind text(const std::string &what)
     return {what, [](const std::string &given) -> Json { return given.empty() ? Json() : Json(given); }};
 }
 
+Kind list_of(size_t count, const Kind &item)
+{
+    return {fmt::format("{} values with commas between them, each {}", count, item.accepted),
+            [=](const std::string &text) -> Json {
+                Json values = Json::array();
+                for (const std::string &part : split(text)) {
+                    values.push_back(item.parse(part));
+                    if (values.back().is_null())
+                        return nullptr;
+                }
+                return values.size() == count ? values : Json();
+            }};
+}
+
 Kind port_set()
 {
     return {"ports such as 0,8, or all, or none", [](const std::string &text) -> Json {

@@ -103,7 +103,7 @@ std::string page()
         if (!family.noun.empty())
             text += fmt::format(".SS {}: {}\n", roff(family.noun), roff(family.summary));
         for (const Command &command : family.commands)
-            text += described(command);
+            text += command.run ? described(command) : "";
     }
     return text + tail;
 }

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <sstream>
 
 #include <time.h>
 #include <unistd.h>
@@ -53,6 +54,31 @@ void emit(const Report &report)
     if (shown_progress)
         shown_progress->hide();
     print_or_throw(as_json_documents ? as_json(report) : as_text(report));
+}
+
+void LiveView::emit(const Report &report)
+{
+    const auto size = terminal_size();
+    if (as_json_documents || silent_now || !size) {
+        eswctl::emit(report);
+        return;
+    }
+    std::vector<std::string> lines;
+    std::istringstream text(as_text(report));
+    for (std::string line; std::getline(text, line);)
+        lines.push_back(line);
+    if (lines.size() + 1 > size->rows) { // the last row is the cursor's
+        const size_t kept = size->rows < 3 ? 0 : size->rows - 2;
+        const std::string rest = fmt::format("({} more lines)", lines.size() - kept);
+        lines.resize(kept);
+        lines.push_back(rest);
+    }
+    // Back to the first line; each line clears what the last state left in it, and the end what is below.
+    std::string shown = lines_ == 0 ? "" : fmt::format("\033[{}A", lines_);
+    for (const std::string &line : lines)
+        shown += fmt::format("\r{:.{}}\033[K\n", line, size->columns);
+    lines_ = lines.size();
+    print_or_throw(shown + "\033[J");
 }
 
 bool wait_for_next(double seconds)

@@ -24,6 +24,15 @@ void silence(bool silent);
 // Sleeps. False when the user pressed Ctrl-C: the command then ends in order.
 bool wait_for_next(double seconds);
 
+// Shows the states of a watch in one place of a terminal, cut to its size; elsewhere one after another.
+class LiveView {
+public:
+    void emit(const Report &report);
+
+private:
+    size_t lines_ = 0; // that the last state took
+};
+
 // A line on standard error that tells how far a long command is; nothing unless that is a terminal.
 class Progress {
 public:
