@@ -41,6 +41,7 @@
 #ifndef ESW_H
 #define ESW_H
 
+#include <esw/cfp.h>
 #include <esw/control.h>
 #include <esw/core.h>
 #include <esw/l2.h>

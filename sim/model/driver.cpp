@@ -32,7 +32,9 @@ void set_eee(Switch &simulated, unsigned port, const ethtool_eee &record)
 
 bool Driver::fails_now(bool this_kind_fails)
 {
-    return ++requests_ == options_.failing_request || options_.all_requests_fail || this_kind_fails;
+    ++requests_;
+    return requests_ == options_.failing_request || options_.all_requests_fail || this_kind_fails ||
+           (options_.failing_from != 0 && requests_ >= options_.failing_from);
 }
 
 // A failed read has no value.

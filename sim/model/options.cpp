@@ -57,6 +57,8 @@ bool parse_fault(const char *text, Options &options)
 {
     if (const char *count = after(text, "nth="))
         return parse_number(count, options.failing_request) && options.failing_request != 0;
+    if (const char *count = after(text, "from="))
+        return parse_number(count, options.failing_from) && options.failing_from != 0;
     if (const char *which = after(text, "stuck="))
         return parse_stuck(which, options);
     if (strcmp(text, "all") == 0)

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "sim/model/cfp.h"
 #include "sim/model/l2.h"
 #include "sim/model/phy.h"
 #include "sim/model/registers.h"
@@ -26,6 +27,7 @@ struct State {
     Eee eee[phy_count];
     uint32_t vlan_table[4096]; // by VID
     uint32_t evt[16][256];     // egress translation, by port and index
+    CfpSlots cfp_slots;
 };
 
 // How the switch behaves towards one process.

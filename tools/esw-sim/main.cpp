@@ -72,7 +72,8 @@ uint32_t check(const Arguments &arguments)
         throw not_accepted("--route", arguments.route, "device or interface");
     for (const std::string &fault : arguments.faults) {
         if (!sim::parse_fault(fault.c_str(), options))
-            throw not_accepted("--fault", fault, "nth=N, all, mii, eee, stuck=REGISTER, socket or lock");
+            throw not_accepted("--fault", fault,
+                               "nth=N, from=N, all, mii, eee, stuck=REGISTER, socket or lock");
     }
     parse_number("--latency", arguments.latency, "a number of reads");
     return parse_number("--device", arguments.device, "a 32-bit number");
@@ -229,7 +230,8 @@ void describe(CLI::App &app, Arguments &arguments)
                    "reads that show a busy bit, or a link being negotiated, before it settles (default 0)");
     app.add_option(
            "--fault", arguments.faults,
-           "nth=N: the Nth request of each process fails; all: every request fails; mii, eee: every request "
+           "nth=N: the Nth request of each process fails; from=N: so do all behind it; all: every request "
+           "fails; mii, eee: every request "
            "to "
            "a PHY, or about EEE, fails; stuck=REGISTER: its busy bit never clears (a name, or PAGE:OFFSET in "
            "hexadecimal); socket: no socket can be created; lock: the switch lock can't be created. May be "

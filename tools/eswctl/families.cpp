@@ -26,6 +26,8 @@ const std::vector<Family> &families()
         stat_family(),
         mirror_family(),
         control_family(),
+        cfp_family(),
+        cfp_udf_family(),
     };
     // clang-format on
     return all;

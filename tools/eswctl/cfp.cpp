@@ -1,0 +1,191 @@
+// cfp: the field processor's rules.
+#include "eswctl/cfp.h"
+
+#include <fmt/format.h>
+
+#include "eswctl/families.h"
+
+namespace eswctl {
+namespace {
+
+constexpr uint32_t last_slot = 63;
+constexpr int32_t automatic = -1;
+
+Kind slot_or_auto()
+{
+    return {fmt::format("a slot from 0 to {}, or auto", last_slot), [](const std::string &text) -> Json {
+                return text == "auto" ? Json(automatic) : number(0, last_slot).parse(text);
+            }};
+}
+
+// The words of the rules, field by field: all in a row would be too long for any terminal.
+Json raw_rows(const Json &rules)
+{
+    Json rows = Json::array();
+    for (const Json &rule : rules) {
+        for (const auto &[name, value] : rule.items()) {
+            if (value.is_array())
+                rows.push_back({{"slot", rule["slot"]}, {"field", name}, {"words", value}});
+        }
+    }
+    return rows;
+}
+
+Json used_slot(uint32_t slot)
+{
+    const eth_cfp_rule_t rule = read_rule(slot);
+    if (describes_free_slot(rule))
+        return rule_document(Json::array());
+    Json row = {{"slot", slot}};
+    row.update(rule_to_json(rule));
+    return rule_document({row});
+}
+
+Report show(const Arguments &arguments)
+{
+    const Json &slot = arguments["SLOT"];
+    Report report;
+    report.value = slot.is_null() ? field_processor() : used_slot(slot.get<uint32_t>());
+    const std::string when_empty = slot.is_null() ? "no rules" : fmt::format("slot {} is free", slot.dump());
+    if (slot.is_null())
+        report.sections.push_back({"", {{"ports", "ports with CFP"}}});
+    if (!arguments["--raw"].get<bool>()) {
+        report.sections.push_back({"rules", rule_columns(), when_empty});
+        return report;
+    }
+    report.value["words"] = raw_rows(report.value["rules"]);
+    report.value.erase("rules");
+    report.sections.push_back(
+        {"words", {{"slot", "slot"}, {"field", "field"}, {"words", "words"}}, when_empty});
+    return report;
+}
+
+Report write_rule(int32_t slot, const eth_cfp_rule_t &rule)
+{
+    const int32_t written = check(eth_cfp_rule_set(slot, rule), "write the rule");
+    Json row = {{"slot", written}};
+    row.update(rule_to_json(rule));
+    return done(fmt::format("rule written to slot {}", written), rule_document({row}));
+}
+
+Report set(const Arguments &arguments)
+{
+    const auto slot = arguments["SLOT"].get<int32_t>();
+    const bool keep = arguments["--keep"].get<bool>();
+    const Json given = members_given(arguments);
+    if (keep && slot == automatic)
+        throw UsageError{"--keep needs a slot; use a number from 0 to 63"};
+    eth_cfp_rule_t rule = keep ? read_rule(static_cast<uint32_t>(slot)) : fresh_rule();
+    if (!arguments["--from"].is_null())
+        change_rule(rule, the_one_rule(arguments["--from"]));
+    change_rule(rule, given);
+    if (describes_free_slot(rule))
+        throw UsageError{"such a rule leaves the slot free; set bit 0 or 1 of the first word of --data"};
+    return write_rule(slot, rule);
+}
+
+Report remove(const Arguments &arguments)
+{
+    const auto slot = arguments["SLOT"].get<int32_t>();
+    if (describes_free_slot(read_rule(static_cast<uint32_t>(slot))))
+        throw Refused{fmt::format("slot {} is free", slot)};
+    eth_cfp_rule_t none = fresh_rule();
+    none.policer[1] = 0x80000000; // as a clear of the table leaves it
+    check(eth_cfp_rule_set(slot, none), "delete the rule");
+    return done(fmt::format("slot {} freed", slot), {{"slot", slot}, {"used", false}});
+}
+
+Report clear(const Arguments &)
+{
+    check(eth_cfp_rule_clear(), "clear the rules");
+    return done("all rules deleted", {{"rules", Json::array()}});
+}
+
+Report initialise(const Arguments &)
+{
+    check(eth_cfp_init(), "initialise the field processor");
+    return done("field processor initialised", field_processor());
+}
+
+Report park(const Arguments &arguments)
+{
+    if (arguments["SLOT"].is_null()) {
+        eth_cfp_rule_t parked;
+        check(eth_cfp_rule_load(&parked), "read the rule file");
+        Report report{rule_document(Json::array()), {{"rules", rule_columns(), "no rule is parked"}}};
+        if (!describes_free_slot(parked))
+            report.value["rules"].push_back(rule_to_json(parked));
+        return report;
+    }
+    const auto slot = arguments["SLOT"].get<uint32_t>();
+    const eth_cfp_rule_t rule = read_rule(slot);
+    if (describes_free_slot(rule))
+        throw Refused{fmt::format("slot {} is free", slot)};
+    check(eth_cfp_rule_store(&rule), "write the rule file");
+    return done(fmt::format("rule of slot {} parked", slot), rule_document({rule_to_json(rule)}));
+}
+
+Report unpark(const Arguments &arguments)
+{
+    eth_cfp_rule_t rule;
+    check(eth_cfp_rule_load(&rule), "read the rule file");
+    if (describes_free_slot(rule))
+        throw Refused{"no rule is parked"};
+    return write_rule(arguments["SLOT"].get<int32_t>(), rule);
+}
+
+Report enable(const Arguments &arguments, bool on)
+{
+    for (const Json &port : arguments["PORT"])
+        check(eth_cfp_enable_set(port.get<uint32_t>(), on), "switch the port's field processor");
+    return done(fmt::format("field processor {} on port {}", on ? "enabled" : "disabled",
+                            fmt::join(arguments["PORT"].get<std::vector<uint32_t>>(), ", ")),
+                {{"ports", arguments["PORT"]}, {"enabled", on}});
+}
+
+} // namespace
+
+Family cfp_family()
+{
+    const Argument one_slot{"SLOT", "slot, 0 to 63", number(0, last_slot), true};
+    const Argument some_slot{"SLOT", "slot, 0 to 63, or auto for the next free one", slot_or_auto(), true};
+    const Argument maybe_slot{"SLOT", "slot, 0 to 63", number(0, last_slot)};
+    const Argument ports{"PORT", "ports: 0, 1 or 8", any_port(), true, true};
+    const Argument file{"FILE", "JSON file", text("a file name"), true};
+    std::vector<Argument> set_arguments = {
+        some_slot,
+        {"--from", "JSON file with one rule; options change it", text("a file name")},
+        {"--keep", "begin with the rule that the slot holds", {}}};
+    std::ranges::move(rule_options(), std::back_inserter(set_arguments));
+    return {
+        "cfp",
+        "Field processor: rules that match frames and act on them",
+        {
+            {"cfp show",
+             "Show the rule of one slot, or of all that are used",
+             {maybe_slot, {"--raw", "the words in place of what they mean", {}}},
+             show},
+            {"cfp set", "Write a rule", set_arguments, set},
+            {"cfp del", "Delete the rule of a slot", {one_slot}, remove},
+            {"cfp clear", "Delete all rules", {}, clear, true},
+            {"cfp init", "Delete all rules and set the default UDF layout", {}, initialise, true},
+            {"cfp enable",
+             "Apply the rules to ports",
+             {ports},
+             [](const Arguments &a) { return enable(a, true); }},
+            {"cfp disable",
+             "Apply the rules to ports no longer",
+             {ports},
+             [](const Arguments &a) { return enable(a, false); }},
+            {"cfp park", "Park a slot's rule in the rule file, or show the parked one", {maybe_slot}, park},
+            {"cfp unpark", "Write the parked rule to a slot", {some_slot}, unpark},
+            {"cfp save", "Save rules, UDF selectors and enabled ports in a file", {file}, save_rules},
+            {"cfp restore",
+             "Replace rules, UDF selectors and enabled ports by a file's",
+             {file},
+             restore_rules,
+             true},
+        }};
+}
+
+} // namespace eswctl

@@ -1,0 +1,163 @@
+// Rule sets in files: what `cfp show --json` prints, saved, edited and restored.
+#include <algorithm>
+#include <map>
+
+#include <fmt/format.h>
+
+#include "eswctl/cfp.h"
+#include "eswctl/output.h"
+
+namespace eswctl {
+namespace {
+
+constexpr uint32_t slots = 64;
+
+const char *this_class() { return is_class_a() ? "A" : "B"; }
+
+// A name for what went wrong with a member of a file.
+Refused in_file(const std::string &path, const std::string &reason)
+{
+    return {fmt::format("cannot use {}: {}", path, reason)};
+}
+
+using Rules = std::map<uint32_t, eth_cfp_rule_t>;
+
+void add_rule(Rules &rules, const Json &object)
+{
+    const Json slot = object.is_object() ? object.value("slot", Json()) : Json();
+    if (!slot.is_number_unsigned() || slot >= slots)
+        throw Refused{fmt::format("each rule needs a slot from 0 to {}", slots - 1)};
+    eth_cfp_rule_t rule = fresh_rule();
+    change_rule(rule, object);
+    if (describes_free_slot(rule))
+        throw Refused{fmt::format("the rule of slot {} leaves its slot free", slot.dump())};
+    if (!rules.emplace(slot.get<uint32_t>(), rule).second)
+        throw Refused{fmt::format("slot {} is there twice", slot.dump())};
+}
+
+Json enabled_ports()
+{
+    Json ports = Json::array();
+    for (const uint32_t port : {0U, 1U, 8U}) {
+        uint32_t enabled = 0;
+        check(eth_cfp_enable_get(port, &enabled), "read the ports' state");
+        if (enabled)
+            ports.push_back(port);
+    }
+    return ports;
+}
+
+// A whole field processor, checked before any of it is written.
+struct Contents {
+    Rules rules;
+    eth_cfp_udf_t udf;
+    uint32_t ports;
+};
+
+Contents contents_of(const Json &document)
+{
+    Contents contents{};
+    check(eth_cfp_udf_get(&contents.udf), "read the UDF selectors");
+    for (const Json &rule : document.at("rules"))
+        add_rule(contents.rules, rule);
+    change_udfs(contents.udf, document.value("udfs", Json::array()));
+    const Json ports = document.value("ports", enabled_ports());
+    for (const Json &port : ports) {
+        if (any_port().parse(port.dump()).is_null())
+            throw Refused{fmt::format("port {} is not accepted; use {}", port.dump(), any_port().accepted)};
+    }
+    contents.ports = to_port_set(ports);
+    return contents;
+}
+
+void write_contents(const Contents &contents)
+{
+    check(eth_cfp_rule_clear(), "clear the rules");
+    Progress progress("restoring rules", contents.rules.size());
+    size_t count = 0;
+    for (const auto &[slot, rule] : contents.rules) {
+        check(eth_cfp_rule_set(static_cast<int32_t>(slot), rule), fmt::format("write slot {}", slot));
+        progress.advance_to(++count);
+    }
+    check(eth_cfp_udf_set(contents.udf), "write the UDF selectors");
+    for (const uint32_t port : {0U, 1U, 8U})
+        check(eth_cfp_enable_set(port, contents.ports >> port & 1), "switch the port's field processor");
+}
+
+} // namespace
+
+Json rule_document(Json rules) { return {{"class", this_class()}, {"rules", std::move(rules)}}; }
+
+Json field_processor()
+{
+    Json rules = Json::array();
+    Progress progress("reading rules", slots);
+    for (uint32_t slot = 0; slot < slots; ++slot) {
+        const eth_cfp_rule_t rule = read_rule(slot);
+        if (!describes_free_slot(rule)) {
+            rules.push_back({{"slot", slot}});
+            rules.back().update(rule_to_json(rule));
+        }
+        progress.advance_to(slot + 1);
+    }
+    eth_cfp_udf_t udf;
+    check(eth_cfp_udf_get(&udf), "read the UDF selectors");
+    return {{"class", this_class()},
+            {"ports", enabled_ports()},
+            {"udfs", udfs_to_json(udf)},
+            {"rules", std::move(rules)}};
+}
+
+Json read_rule_document(const std::string &path)
+{
+    Json document;
+    try {
+        document = Json::parse(read_file(path));
+    } catch (const Json::exception &error) {
+        throw in_file(path, error.what());
+    }
+    if (!document.is_object())
+        throw in_file(path, "it holds no JSON object");
+    if (const Json other = document.value("class", this_class()); other != this_class())
+        throw in_file(path, fmt::format("its rules are for class {}, and this switch is of class {}",
+                                        other.dump(), this_class()));
+    return document;
+}
+
+Json the_one_rule(const std::string &path)
+{
+    const Json document = read_rule_document(path);
+    if (!document.contains("rules"))
+        return document;
+    if (document["rules"].size() != 1)
+        throw in_file(path, fmt::format("it holds {} rules, and one is needed", document["rules"].size()));
+    return document["rules"][0];
+}
+
+Report save_rules(const Arguments &arguments)
+{
+    const auto path = arguments["FILE"].get<std::string>();
+    const Json document = field_processor();
+    write_file(path, document.dump(2) + '\n');
+    const size_t count = document["rules"].size();
+    return done(fmt::format("{} rules saved in {}", count, path), {{"file", path}, {"rules", count}});
+}
+
+Report restore_rules(const Arguments &arguments)
+{
+    const auto path = arguments["FILE"].get<std::string>();
+    const Json document = read_rule_document(path);
+    Contents contents;
+    try {
+        contents = contents_of(document);
+    } catch (const Json::exception &error) {
+        throw in_file(path, error.what());
+    } catch (const Refused &refused) {
+        throw in_file(path, refused.message);
+    }
+    write_contents(contents);
+    const size_t count = contents.rules.size();
+    return done(fmt::format("{} rules restored from {}", count, path), {{"file", path}, {"rules", count}});
+}
+
+} // namespace eswctl

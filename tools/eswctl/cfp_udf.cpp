@@ -1,0 +1,114 @@
+// cfp udf: what the user-defined fields take from a frame.
+#include <algorithm>
+#include <span>
+
+#include <fmt/format.h>
+
+#include "eswctl/cfp.h"
+#include "eswctl/families.h"
+
+namespace eswctl {
+namespace {
+
+const std::vector<std::string> names = {"a0", "a1", "a2", "b0", "b1", "b2", "c0", "c1", "c2", "d"};
+
+// The record holds the fields one behind the other, in the order of their names.
+std::span<uint8_t> selectors(eth_cfp_udf_t &udf, const std::string &name)
+{
+    const auto number = static_cast<size_t>(std::ranges::find(names, name) - names.begin());
+    const auto bytes = std::span(reinterpret_cast<uint8_t *>(&udf), sizeof udf);
+    return name == "d" ? bytes.last(sizeof udf.udf_d) : bytes.subspan(9 * number, 9);
+}
+
+eth_cfp_udf_t read_udfs()
+{
+    eth_cfp_udf_t udf;
+    check(eth_cfp_udf_get(&udf), "read the UDF selectors");
+    return udf;
+}
+
+Report show(const Arguments &)
+{
+    return table("udfs", {{"udf", "UDF"}, {"selectors", "selectors"}}, udfs_to_json(read_udfs()));
+}
+
+Report set(const Arguments &arguments)
+{
+    const auto name = arguments["UDF"].get<std::string>();
+    const auto at = arguments["--at"].get<size_t>();
+    const Json &given = arguments["SELECTOR"];
+    eth_cfp_udf_t udf = read_udfs();
+    const std::span<uint8_t> bytes = selectors(udf, name);
+    if (at + given.size() > bytes.size())
+        throw UsageError{fmt::format("SELECTOR: UDF {} has {} selectors", name, bytes.size())};
+    for (size_t i = 0; i < given.size(); ++i)
+        bytes[at + i] = given[i].get<uint8_t>();
+    check(eth_cfp_udf_set(udf), "write the UDF selectors");
+    return done(fmt::format("UDF {} set", name), {{"udfs", udfs_to_json(udf)}});
+}
+
+Report reset(const Arguments &)
+{
+    check(eth_cfp_udf_init(), "write the UDF selectors");
+    return done("UDF selectors set to the default layout", {{"udfs", udfs_to_json(read_udfs())}});
+}
+
+Report clear(const Arguments &)
+{
+    check(eth_cfp_udf_clear(), "clear the UDF selectors");
+    return done("UDF selectors cleared", {{"udfs", udfs_to_json(read_udfs())}});
+}
+
+} // namespace
+
+Json udfs_to_json(const eth_cfp_udf_t &udf)
+{
+    eth_cfp_udf_t copy = udf;
+    Json rows = Json::array();
+    for (const std::string &name : names) {
+        Json bytes = Json::array();
+        for (const uint8_t byte : selectors(copy, name))
+            bytes.push_back(hex(byte, 8));
+        rows.push_back({{"udf", name}, {"selectors", std::move(bytes)}});
+    }
+    return rows;
+}
+
+void change_udfs(eth_cfp_udf_t &udf, const Json &udfs)
+{
+    const Kind byte = number(0, 0xFF);
+    for (const Json &row : udfs) {
+        const std::string name = row.at("udf");
+        const Json &given = row.at("selectors");
+        const bool known = std::ranges::find(names, name) != names.end();
+        if (!known || given.size() != selectors(udf, name).size())
+            throw Refused{
+                fmt::format("UDF '{}' does not exist, or not with {} selectors", name, given.size())};
+        std::ranges::transform(given, selectors(udf, name).begin(), [&](const Json &text) {
+            const Json value = byte.parse(text.get<std::string>());
+            if (value.is_null())
+                throw Refused{
+                    fmt::format("UDF '{}': {} is not accepted; use {}", name, text.dump(), byte.accepted)};
+            return value.get<uint8_t>();
+        });
+    }
+}
+
+Family cfp_udf_family()
+{
+    return {"cfp udf",
+            "User-defined fields of the keys",
+            {
+                {"cfp udf show", "Show the selectors", {}, show},
+                {"cfp udf set",
+                 "Set selectors of one field; the others stay",
+                 {{"UDF", "a0 to a2, b0 to b2, c0 to c2 (9 selectors each) or d (12)", choice(names), true},
+                  {"SELECTOR", "selector, 0 to 0xff", number(0, 0xFF), true, true},
+                  {"--at", "position of the first one given", number(0, 11), false, false, 0}},
+                 set},
+                {"cfp udf init", "Set all selectors to the library's default layout", {}, reset, true},
+                {"cfp udf clear", "Set all selectors to 0", {}, clear, true},
+            }};
+}
+
+} // namespace eswctl
