@@ -21,7 +21,6 @@ Family bpdu_family();
 Family protect_family();
 Family l2_cache_family();
 Family vlan_family();
-Family translation_family();
 Family rate_family();
 Family priority_family();
 Family qos_family();
