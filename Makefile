@@ -4,13 +4,20 @@ BUILD := build/release
 SANITIZED := build/sanitize
 JOBS := $(shell nproc)
 
+# Its account matters only when it fails.
+configure = mkdir -p build && { cmake --preset $(1) $(2) > build/configure-$(1).log 2>&1 || \
+	{ cat build/configure-$(1).log; exit 1; }; }
+
 all: packages
-	@cmake --preset release --log-level=WARNING -DCMAKE_INSTALL_PREFIX=$(PREFIX)
+	@$(call configure,release,-DCMAKE_INSTALL_PREFIX=$(PREFIX))
 	@cmake --build $(BUILD)
 
-# Only what is missing, from packaging/apt-packages.
+# Only what is missing.
 packages:
-	@packaging/install-packages
+	@packaging/install-packages packaging/build-packages
+
+lint-packages: packages
+	@packaging/install-packages packaging/lint-packages
 
 demo: all
 	@docs/demo $(BUILD)/bin
@@ -20,18 +27,23 @@ test: all
 
 # The same tests under the address and undefined-behaviour sanitizers.
 test-sanitized: packages
-	@cmake --preset sanitize --log-level=WARNING
+	@$(call configure,sanitize,)
 	@cmake --build $(SANITIZED)
 	@ctest --test-dir $(SANITIZED) --output-on-failure --parallel $(JOBS) --no-tests=error
 
 install: all
 	@cmake --install $(BUILD) --prefix $(PREFIX)
 
-lint: packages
-	@cmake --preset clang --log-level=WARNING
+lint: lint-packages
+	@$(call configure,clang,)
 	@packaging/lint build/clang
+
+# The reference as HTML, in build/release/doxygen/html. Warnings are errors.
+doc: all
+	@command -v doxygen > /dev/null || { echo "make doc needs the package doxygen" >&2; exit 1; }
+	@doxygen $(BUILD)/Doxyfile
 
 clean:
 	@rm -rf build
 
-.PHONY: all packages demo test test-sanitized install lint clean
+.PHONY: all packages lint-packages demo test test-sanitized install lint doc clean

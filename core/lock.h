@@ -20,11 +20,15 @@ private:
 
 extern SwitchMutex switch_mutex;
 
+// Out of line and without arguments: what a SwitchLock costs its caller is two bare calls.
+void lock_switch() ESW_ACQUIRE(switch_mutex);
+void unlock_switch() ESW_RELEASE(switch_mutex);
+
 // Holds the switch lock to the end of its scope.
 class ESW_SCOPED_CAPABILITY SwitchLock {
 public:
-    [[nodiscard]] SwitchLock() ESW_ACQUIRE(switch_mutex);
-    ~SwitchLock() ESW_RELEASE();
+    [[nodiscard]] SwitchLock() ESW_ACQUIRE(switch_mutex) { lock_switch(); }
+    ~SwitchLock() ESW_RELEASE() { unlock_switch(); }
     SwitchLock(const SwitchLock &) = delete;
     SwitchLock &operator=(const SwitchLock &) = delete;
 };

@@ -7,6 +7,7 @@ namespace esw {
 
 inline constexpr uint32_t cpu_port = 8;
 inline constexpr uint32_t all_ports = 0x103; // as a port set
+inline constexpr uint8_t port_numbers[] = {0, 1, cpu_port};
 
 constexpr bool is_phy_port(uint32_t port) { return port <= 1; }
 constexpr bool is_port(uint32_t port) { return is_phy_port(port) || port == cpu_port; }

@@ -5,7 +5,7 @@
 
 namespace esw {
 
-// A register of the switch. Small enough to travel in one machine register.
+// A register of the switch. Aligned so that it travels whole in one machine register.
 struct alignas(4) Register {
     uint8_t page;
     uint8_t offset;

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include <linux/ethtool.h>
+#include <linux/mii.h>
 #include <linux/sockios.h>
 
 namespace esw {
@@ -39,5 +41,32 @@ struct RequestBlock {
 static_assert(sizeof(RequestBlock) == 40);
 static_assert(offsetof(RequestBlock, name) == 0);
 static_assert(offsetof(RequestBlock, data) == 16);
+
+// Access to one PHY register through the interface that the request names.
+inline constexpr unsigned long request_mii_read = SIOCGMIIREG;
+inline constexpr unsigned long request_mii_write = SIOCSMIIREG;
+
+struct MiiRequest {
+    char name[interface_name_size];
+    mii_ioctl_data mii;
+    uint8_t unused[16];
+};
+static_assert(sizeof(MiiRequest) == 40);
+static_assert(offsetof(MiiRequest, name) == 0);
+static_assert(offsetof(MiiRequest, mii.phy_id) == 16);
+static_assert(offsetof(MiiRequest, mii.reg_num) == 18);
+static_assert(offsetof(MiiRequest, mii.val_in) == 20);
+static_assert(offsetof(MiiRequest, mii.val_out) == 22);
+
+// Energy Efficient Ethernet of one port: a request block whose data is a struct ethtool_eee with the port's
+// bit in the first reserved word.
+inline constexpr unsigned long request_eee_read = SIOCDEVPRIVATE + 5;
+inline constexpr unsigned long request_eee_write = SIOCDEVPRIVATE + 6;
+
+static_assert(sizeof(ethtool_eee) == 40);
+static_assert(offsetof(ethtool_eee, cmd) == 0);
+static_assert(offsetof(ethtool_eee, supported) == 4);
+static_assert(offsetof(ethtool_eee, eee_enabled) == 20);
+static_assert(offsetof(ethtool_eee, reserved) == 32);
 
 } // namespace esw

@@ -42,8 +42,14 @@
 #define ESW_H
 
 #include <esw/cfp.h>
+#include <esw/control.h>
 #include <esw/core.h>
+#include <esw/l2.h>
+#include <esw/mirror.h>
 #include <esw/port.h>
+#include <esw/qos.h>
+#include <esw/stat.h>
 #include <esw/types.h>
+#include <esw/vlan.h>
 
 #endif

@@ -36,6 +36,18 @@ bool is_simulated(const char *name)
     return false;
 }
 
+bool is_register_request(unsigned long number)
+{
+    return number == esw::request_read || number == esw::request_write;
+}
+
+bool is_driver_request(unsigned long number)
+{
+    return is_register_request(number) || number == esw::request_mii_read ||
+           number == esw::request_mii_write || number == esw::request_eee_read ||
+           number == esw::request_eee_write;
+}
+
 // The kernel takes device requests on any socket.
 bool is_socket(int descriptor)
 {
@@ -82,28 +94,77 @@ int Session::serve_register(Route route, bool write, void *argument)
     return write || store(value, &request.value, sizeof request.value) ? 0 : EFAULT;
 }
 
+int Session::serve_mii(bool write, esw::MiiRequest &request, void *argument)
+{
+    {
+        const BoardLock lock(shared_);
+        if (const int error = driver_.serve_mii(write, request))
+            return error;
+    }
+    return write || store(argument, &request, sizeof request) ? 0 : EFAULT;
+}
+
+int Session::serve_eee(bool write, void *argument)
+{
+    ethtool_eee record;
+    if (!fetch(&record, argument, sizeof record))
+        return EFAULT;
+    {
+        const BoardLock lock(shared_);
+        if (const int error = driver_.serve_eee(write, record))
+            return error;
+    }
+    return write || store(argument, &record, sizeof record) ? 0 : EFAULT;
+}
+
 bool Session::serve_interface(unsigned long number, void *argument, int &error)
 {
-    esw::RequestBlock block;
-    if (!fetch(&block, argument, sizeof block) || !is_simulated(block.name))
+    union {
+        esw::RequestBlock block;
+        esw::MiiRequest mii;
+    } request;
+    if (!fetch(&request, argument, sizeof request) || !is_simulated(request.block.name))
         return false; // the kernel's own answer is the right one
-    error = serve_register(Route::interface, number == esw::request_write, block.data);
+    switch (number) {
+    case esw::request_mii_read:
+    case esw::request_mii_write:
+        error = serve_mii(number == esw::request_mii_write, request.mii, argument);
+        break;
+    case esw::request_eee_read:
+    case esw::request_eee_write:
+        error = serve_eee(number == esw::request_eee_write, request.block.data);
+        break;
+    default:
+        error = serve_register(Route::interface, number == esw::request_write, request.block.data);
+    }
     return true;
 }
 
 bool Session::serve(int descriptor, unsigned long number, void *argument, int &result)
 {
-    if (number != esw::request_read && number != esw::request_write)
+    if (!is_driver_request(number))
         return false;
     const int kept = errno;
     int error = 0;
-    if (is_control_device(descriptor))
+    if (is_register_request(number) && is_control_device(descriptor))
         error = serve_register(Route::device, number == esw::request_write, argument);
     else if (!is_socket(descriptor) || !serve_interface(number, argument, error))
         return false;
     errno = error ? error : kept;
     result = error ? -1 : 0;
     return true;
+}
+
+bool Session::is_stand_in(dev_t device, ino_t inode) const
+{
+    for (const BoardFile &file : shm_files) {
+        char path[path_size];
+        struct stat status = {};
+        if (join_path(path, directory_, file.stand_in) && stat(path, &status) == 0 &&
+            status.st_ino == inode && status.st_dev == device)
+            return true;
+    }
+    return false;
 }
 
 const char *Session::redirect(const char *path, char (&to)[path_size]) const

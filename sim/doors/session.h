@@ -19,12 +19,17 @@ public:
     // Where a path of the board really lies; null when the path is none of the board's.
     const char *redirect(const char *path, char (&to)[path_size]) const;
 
+    // Whether a file stands in for one under /dev/shm.
+    [[nodiscard]] bool is_stand_in(dev_t device, ino_t inode) const;
+
     [[nodiscard]] const Options &options() const { return options_; }
     Driver &driver() { return driver_; }
 
 private:
     [[nodiscard]] bool is_control_device(int descriptor) const;
     int serve_register(Route route, bool write, void *argument);
+    int serve_mii(bool write, esw::MiiRequest &request, void *argument);
+    int serve_eee(bool write, void *argument);
     bool serve_interface(unsigned long number, void *argument, int &error);
 
     SharedSwitch &shared_;

@@ -22,6 +22,8 @@ struct Bank {
 
     // Called after a write has been stored. `index` is the register's number within the bank.
     void (*written)(Switch &, unsigned index, uint64_t value) = nullptr;
+    // Called before a read, to bring the contents up to date.
+    void (*refresh)(Switch &) = nullptr;
     // Called before a read; its result is the reading.
     uint64_t (*reading)(Switch &, unsigned index, uint64_t stored) = nullptr;
 

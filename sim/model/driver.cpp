@@ -5,12 +5,49 @@
 #include <cstdio>
 
 namespace sim {
+namespace {
 
-bool Driver::fails_now()
+void get_eee(Switch &simulated, unsigned port, ethtool_eee &record)
+{
+    const Eee &eee = simulated.state().eee[port];
+    record.supported = eee.supported;
+    record.advertised = eee.advertised;
+    record.lp_advertised = eee.lp_advertised;
+    record.eee_active = is_eee_active(simulated, port);
+    record.eee_enabled = eee.enabled;
+    record.tx_lpi_enabled = eee.tx_lpi_enabled;
+    record.tx_lpi_timer = eee.tx_lpi_timer;
+}
+
+void set_eee(Switch &simulated, unsigned port, const ethtool_eee &record)
+{
+    Eee &eee = simulated.state().eee[port];
+    eee.advertised = record.advertised & eee.supported;
+    eee.enabled = record.eee_enabled;
+    eee.tx_lpi_enabled = record.tx_lpi_enabled;
+    eee.tx_lpi_timer = record.tx_lpi_timer;
+}
+
+} // namespace
+
+bool Driver::fails_now(bool this_kind_fails)
 {
     ++requests_;
-    return requests_ == options_.failing_request || options_.all_requests_fail ||
-           (options_.failing_from != 0 && requests_ >= options_.failing_from);
+    const bool from_now_on = options_.failing_from != 0 && requests_ >= options_.failing_from;
+    return requests_ == options_.failing_request || from_now_on || options_.all_requests_fail ||
+           this_kind_fails;
+}
+
+// A failed read has no value.
+void Driver::trace_access(const char *access, bool write, uint64_t value, int error) const
+{
+    char line[128];
+    if (write || error == 0)
+        snprintf(line, sizeof line, "%s %s 0x%" PRIx64 "%s", access, write ? "<-" : "->", value,
+                 error ? " failed" : "");
+    else
+        snprintf(line, sizeof line, "%s failed", access);
+    trace_(context_, line);
 }
 
 int Driver::serve(Route route, bool write, esw::RegisterRequest &request)
@@ -24,16 +61,58 @@ int Driver::serve(Route route, bool write, esw::RegisterRequest &request)
             request.value = switch_.read(request.page, request.offset);
     }
     if (trace_) {
-        char line[128];
-        const char *name = route == Route::device ? "device   " : "interface";
-        const int length = snprintf(line, sizeof line, "%s %s %02x:%02x w%u", name, write ? "write" : "read ",
-                                    request.page, request.offset, request.width);
-        if (write || error == 0)
-            snprintf(line + length, sizeof line - static_cast<size_t>(length), " %s 0x%" PRIx64 "%s",
-                     write ? "<-" : "->", write ? sent : request.value, error ? " failed" : "");
-        else
-            snprintf(line + length, sizeof line - static_cast<size_t>(length), " failed");
-        trace_(context_, line);
+        char access[64];
+        snprintf(access, sizeof access, "%s %s %02x:%02x w%u",
+                 route == Route::device ? "device   " : "interface", write ? "write" : "read ", request.page,
+                 request.offset, request.width);
+        trace_access(access, write, write ? sent : request.value, error);
+    }
+    return error;
+}
+
+int Driver::serve_mii(bool write, esw::MiiRequest &request)
+{
+    mii_ioctl_data &mii = request.mii;
+    const unsigned port = port_of_phy(switch_.state().device_id, mii.phy_id);
+    int error = 0;
+    if (fails_now(options_.mii_requests_fail))
+        error = EIO;
+    else if (port >= phy_count)
+        error = ENODEV;
+    else if (mii.reg_num >= phy_register_count)
+        error = EINVAL;
+    else if (write)
+        write_phy(switch_, port, mii.reg_num, mii.val_in);
+    else
+        mii.val_out = read_phy(switch_, port, mii.reg_num);
+    if (trace_) {
+        char access[64];
+        snprintf(access, sizeof access, "interface mii %s phy %u reg %u", write ? "write" : "read ",
+                 mii.phy_id, mii.reg_num);
+        trace_access(access, write, write ? mii.val_in : mii.val_out, error);
+    }
+    return error;
+}
+
+int Driver::serve_eee(bool write, ethtool_eee &record)
+{
+    const uint32_t port = record.reserved[0] - 1; // of the bits 1 and 2
+    int error = 0;
+    if (fails_now(options_.eee_requests_fail))
+        error = EIO;
+    else if (record.cmd != (write ? ETHTOOL_SEEE : ETHTOOL_GEEE))
+        error = EOPNOTSUPP;
+    else if (port >= phy_count)
+        error = EINVAL;
+    else if (write)
+        set_eee(switch_, port, record);
+    else
+        get_eee(switch_, port, record);
+    if (trace_) {
+        char access[64];
+        snprintf(access, sizeof access, "interface eee %s enabled on ports 0x%x", write ? "write" : "read ",
+                 record.reserved[0]);
+        trace_access(access, write, record.eee_enabled, error);
     }
     return error;
 }

@@ -28,8 +28,13 @@ public:
     // Serves a register request. 0 when done, else an errno value.
     int serve(Route route, bool write, esw::RegisterRequest &request);
 
+    // Likewise a PHY access, and an EEE request.
+    int serve_mii(bool write, esw::MiiRequest &request);
+    int serve_eee(bool write, ethtool_eee &record);
+
 private:
-    [[nodiscard]] bool fails_now();
+    [[nodiscard]] bool fails_now(bool this_kind_fails = false);
+    void trace_access(const char *access, bool write, uint64_t value, int error) const;
 
     const Options &options_;
     Switch switch_;

@@ -3,7 +3,11 @@
 #pragma once
 
 #include "sim/model/cfp.h"
+#include "sim/model/control.h"
 #include "sim/model/core.h"
 #include "sim/model/l2.h"
+#include "sim/model/mirror.h"
 #include "sim/model/port.h"
+#include "sim/model/qos.h"
+#include "sim/model/stat.h"
 #include "sim/model/vlan.h"

@@ -63,6 +63,10 @@ bool parse_fault(const char *text, Options &options)
         return parse_stuck(which, options);
     if (strcmp(text, "all") == 0)
         return options.all_requests_fail = true;
+    if (strcmp(text, "mii") == 0)
+        return options.mii_requests_fail = true;
+    if (strcmp(text, "eee") == 0)
+        return options.eee_requests_fail = true;
     if (strcmp(text, "socket") == 0)
         return options.no_socket = true;
     if (strcmp(text, "lock") == 0)

@@ -13,6 +13,8 @@ struct Options {
     uint64_t failing_request = 0; // the nth request of the process fails; 0: none
     uint64_t failing_from = 0;    // so do the nth and all that follow; 0: none
     bool all_requests_fail = false;
+    bool mii_requests_fail = false;
+    bool eee_requests_fail = false;
     bool no_socket = false;
     bool no_lock = false;
 };
@@ -23,8 +25,8 @@ bool parse_number(const char *text, uint64_t &number);
 // "device" or "interface". False when text is neither.
 bool parse_route(const char *text, Options &options);
 
-// "nth=N", "from=N", "all", "stuck=NAME", "stuck=PAGE:OFFSET", "socket" or "lock". False when text is none of
-// them, or names no register with a busy bit.
+// "nth=N", "from=N", "all", "mii", "eee", "stuck=NAME", "stuck=PAGE:OFFSET", "socket" or "lock". False when
+// text is none of them, or names no register with a busy bit.
 bool parse_fault(const char *text, Options &options);
 
 // Faults separated by blanks.

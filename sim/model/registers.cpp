@@ -19,7 +19,10 @@ constexpr auto concatenate(const std::array<Bank, sizes> &...families)
     return all;
 }
 
-constexpr auto map = concatenate(core_registers, port_registers, l2_registers, vlan_registers, cfp_registers);
+constexpr auto map =
+    concatenate(core_registers, port_registers, l2_registers, control_registers, mirror_registers,
+                vlan_registers, qos_registers, stat_registers, port_0_counters, port_1_counters,
+                port_8_counters, snapshot_counters, cfp_registers);
 static_assert(map.size() <= max_banks);
 
 // first_on_page[p] .. first_on_page[p + 1] are page p's banks.

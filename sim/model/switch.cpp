@@ -1,5 +1,7 @@
 #include "sim/model/switch.h"
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace sim {
@@ -20,11 +22,14 @@ void Switch::power_on(uint32_t device_id)
     }
     const Bank *id = find_bank("device-id");
     cell(id->page, id->offset) = device_id;
+    power_on_phys(*this);
 }
 
 uint64_t Switch::read(uint8_t page, uint8_t offset)
 {
     const auto [bank, number, index] = locate(page, offset);
+    if (bank && bank->refresh)
+        bank->refresh(*this);
     uint64_t value = cell(page, offset);
     if (!bank)
         return value;
@@ -54,11 +59,19 @@ void Switch::write(uint8_t page, uint8_t offset, uint64_t value)
         bank->written(*this, index, value);
 }
 
-// A reset brings every register back to its power-on contents. The start bits clear themselves.
+// A reset brings every register back to its power-on contents. What comes from outside, traffic and pulled
+// cables, stays. The start bits clear themselves.
 void switch_reset_written(Switch &simulated, unsigned, uint64_t value)
 {
-    if ((value & reset_bits) == reset_bits)
-        simulated.power_on(simulated.state().device_id);
+    if ((value & reset_bits) != reset_bits)
+        return;
+    const State &state = simulated.state();
+    const std::array traffic = std::to_array(state.traffic);
+    const uint32_t unplugged = state.unplugged;
+    simulated.power_on(state.device_id);
+    std::ranges::copy(traffic, simulated.state().traffic);
+    for (unsigned port = 0; port < phy_count; ++port)
+        plug_cable(simulated, port, (unplugged >> port & 1) == 0);
 }
 
 } // namespace sim

@@ -4,14 +4,17 @@
 #include <cstdint>
 
 #include "sim/model/cfp.h"
+#include "sim/model/l2.h"
+#include "sim/model/phy.h"
 #include "sim/model/registers.h"
+#include "sim/model/stat.h"
 
 namespace sim {
 
 // Everything that the switch remembers. Plain data: it lives in memory that processes share.
 struct State {
     uint32_t device_id;
-    uint32_t unused;
+    uint32_t unplugged; // ports whose cable is pulled
     // Addresses that no known register occupies keep whatever 64 bits were written there last.
     uint64_t cells[256][256];
     struct {
@@ -19,6 +22,12 @@ struct State {
         uint32_t bits;
     } busy[max_banks];
     CfpSlots cfp_slots;
+    AddressTable arl;
+    Traffic traffic[counting_ports.size()];
+    Phy phys[phy_count];
+    Eee eee[phy_count];
+    uint32_t vlan_table[4096]; // by VID
+    uint32_t evt[16][256];     // egress translation, by port and index
 };
 
 // How the switch behaves towards one process.

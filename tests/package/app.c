@@ -3,11 +3,15 @@
 #include <stdio.h>
 
 #include <esw.h>
+#include <linux/ethtool.h>
 
 int main(void)
 {
     int32_t enabled = 0;
     uint32_t mode = 0;
+    struct ethtool_eee eee = {0};
+    if (eth_eee_get(1, &eee) != 0 || eee.cmd != ETHTOOL_GEEE || eee.reserved[0] != 2)
+        return 7;
     if (esw_init("eth0") != ETH_E_NONE)
         return 1;
     if (gESWID != 0x2404 || gFd <= 0 || gSocket <= 0)

@@ -22,6 +22,14 @@ declared=$(cat "$scratch"/usr/include/esw/*.h | gcc -fpreprocessed -dD -E -P - 2
 diff <(echo "$exported") <(echo "$listed") || fail "exports differ from the export list"
 diff <(echo "$declared") <(echo "$listed") || fail "the headers differ from the export list"
 
+# Every exported name stands in a manual page, and the completion scripts are scripts.
+manual=$(cat "$scratch"/usr/share/man/man3/*.3)
+for name in $listed; do
+    grep -qE "^\.B .*\b$name\b" <<< "$manual" || fail "$name has no manual page entry"
+done
+[ -s "$scratch/usr/share/man/man1/eswctl.1" ] && [ -s "$scratch/usr/share/man/man1/esw-sim.1" ] || fail "no manual page"
+bash -n "$scratch/usr/share/bash-completion/completions/eswctl"
+
 export PKG_CONFIG_SYSROOT_DIR=$scratch PKG_CONFIG_LIBDIR=$libdir/pkgconfig
 warnings="-std=c99 -Wall -Wextra -Wpedantic -Werror"
 sanitizers=$([ "$sanitized" = ON ] && echo "-fsanitize=address,undefined" || true)

@@ -1,6 +1,7 @@
 #include "tests/support/board.h"
 
 #include <cstdarg>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -146,7 +147,9 @@ void Board::start(uint32_t device_id)
     log();
 }
 
-uint64_t &Board::reg(uint8_t page, uint8_t offset) { return world->shared->state.cells[page][offset]; }
+sim::State &Board::state() { return world->shared->state; }
+
+uint64_t &Board::reg(uint8_t page, uint8_t offset) { return state().cells[page][offset]; }
 
 Lines Board::log()
 {
@@ -165,6 +168,29 @@ Lines Board::requests(const std::function<void()> &call)
     Lines lines = log();
     std::erase_if(lines, [](const std::string &line) { return line.starts_with("syslog"); });
     return lines;
+}
+
+std::string Board::short_requests(const std::function<void()> &call)
+{
+    constexpr const char *shorter[][2] = {
+        {"interface mii read phy ", ""},
+        {"interface mii write phy ", ""},
+        {"interface eee read enabled on ports 0x", "eee"},
+        {"interface eee write enabled on ports 0x", "eee"},
+        {" reg ", "."},
+        {" -> 0x", ":"},
+        {" <- 0x", "="},
+    };
+    std::string text;
+    for (std::string line : requests(call)) {
+        const bool is_long = line.starts_with("interface mii") || line.starts_with("interface eee");
+        for (const auto &[from, to] : shorter) {
+            if (const size_t at = line.find(from); is_long && at != std::string::npos)
+                line.replace(at, strlen(from), to);
+        }
+        text += (text.empty() ? "" : " ") + line;
+    }
+    return text;
 }
 
 Texts Board::printed(const std::function<void()> &call)

@@ -38,6 +38,9 @@ protected:
     // A register's contents.
     uint64_t &reg(uint8_t page, uint8_t offset);
 
+    // Everything else that the switch remembers.
+    sim::State &state();
+
     // What the library did since the last call: one line for each request ("read 02:30 w64 -> 0x2404",
     // "write 00:79 w64 <- 0x90", with " failed" behind), "lock" and "unlock" for the switch lock, and
     // "syslog PRIORITY: TEXT".
@@ -45,6 +48,10 @@ protected:
 
     // log() without the syslog lines; of a call.
     Lines requests(const std::function<void()> &call);
+
+    // requests() on one line, in short: "3.9:300 3.9=0" for a read and a write of register 9 of PHY 3,
+    // "eee1:0 eee1=1" for a read and a write of the EEE enable of port set 1.
+    std::string short_requests(const std::function<void()> &call);
 
     Texts printed(const std::function<void()> &call);
 

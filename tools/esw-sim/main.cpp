@@ -1,9 +1,13 @@
 // esw-sim: runs a program on a simulated switch.
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <functional>
+#include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <unistd.h>
@@ -12,6 +16,7 @@
 #include <fmt/format.h>
 
 #include "sim/board/board.h"
+#include "sim/model/families.h"
 #include "sim/model/options.h"
 
 namespace {
@@ -34,35 +39,97 @@ struct Arguments {
     std::string state;
     std::string latency = "0";
     std::vector<std::string> faults;
+    std::vector<std::string> links;
+    std::vector<std::string> traffic;
+    std::string elapsed;
+    std::vector<std::string> stations;
     std::string trace;
     bool reset = false;
     std::vector<std::string> command;
 };
 
+// Something that happens to the switch from outside, before the program starts.
+using Event = std::function<void(sim::Switch &)>;
+
+Failure not_accepted(const char *option, const std::string &text, const char *accepted)
+{
+    return {fmt::format("{}: '{}' is not accepted; use {}", option, text, accepted), exit_usage};
+}
+
+uint32_t parse_number(const char *option, const std::string &text, const char *accepted)
+{
+    uint64_t number = 0;
+    if (!sim::parse_number(text.c_str(), number) || number > UINT32_MAX)
+        throw not_accepted(option, text, accepted);
+    return static_cast<uint32_t>(number);
+}
+
 // Refuses what the preloaded library would refuse silently.
 uint32_t check(const Arguments &arguments)
 {
     sim::Options options;
-    uint64_t number = 0;
     if (!sim::parse_route(arguments.route.c_str(), options))
-        throw Failure{fmt::format("--route: '{}' is not accepted; use device or interface", arguments.route),
-                      exit_usage};
-    if (!sim::parse_number(arguments.latency.c_str(), number) || number > UINT32_MAX)
-        throw Failure{
-            fmt::format("--latency: '{}' is not accepted; use a number of reads", arguments.latency),
-            exit_usage};
+        throw not_accepted("--route", arguments.route, "device or interface");
     for (const std::string &fault : arguments.faults) {
         if (!sim::parse_fault(fault.c_str(), options))
-            throw Failure{
-                fmt::format(
-                    "--fault: '{}' is not accepted; use nth=N, from=N, all, stuck=REGISTER, socket or lock",
-                    fault),
-                exit_usage};
+            throw not_accepted("--fault", fault,
+                               "nth=N, from=N, all, mii, eee, stuck=REGISTER, socket or lock");
     }
-    if (!sim::parse_number(arguments.device.c_str(), number) || number > UINT32_MAX)
-        throw Failure{fmt::format("--device: '{}' is not accepted; use a 32-bit number", arguments.device),
-                      exit_usage};
-    return static_cast<uint32_t>(number);
+    parse_number("--latency", arguments.latency, "a number of reads");
+    return parse_number("--device", arguments.device, "a 32-bit number");
+}
+
+// "PORT=WHAT", split.
+std::pair<std::string, std::string> at_equals(const std::string &text)
+{
+    const size_t equals = text.find('=');
+    if (equals == std::string::npos)
+        return {text, ""};
+    return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+Event link_event(const std::string &text)
+{
+    const auto [port, state] = at_equals(text);
+    if ((port != "0" && port != "1") || (state != "up" && state != "down"))
+        throw not_accepted("--link", text, "0=up, 0=down, 1=up or 1=down");
+    return [number = static_cast<unsigned>(port[0] - '0'), up = state == "up"](sim::Switch &simulated) {
+        sim::plug_cable(simulated, number, up);
+    };
+}
+
+Event traffic_event(const std::string &text)
+{
+    constexpr const char *accepted = "0, 1 or 8, = and frames per second";
+    const auto [port, rate] = at_equals(text);
+    if (port != "0" && port != "1" && port != "8")
+        throw not_accepted("--traffic", text, accepted);
+    return [number = static_cast<uint64_t>(port[0] - '0'),
+            frames = parse_number("--traffic", rate, accepted)](sim::Switch &simulated) {
+        sim::set_traffic(simulated, number, frames);
+    };
+}
+
+Event station_event(const std::string &text)
+{
+    sim::Station station{};
+    if (!sim::parse_station(text.c_str(), station))
+        throw not_accepted("--learn", text, "MAC,VID,PORT such as 02:00:5e:00:53:01,1,0");
+    return [station](sim::Switch &simulated) { sim::learn(simulated.state(), station); };
+}
+
+// Time passes first: what is heard afterwards is fresh.
+std::vector<Event> parse_events(const Arguments &arguments)
+{
+    std::vector<Event> events;
+    if (!arguments.elapsed.empty()) {
+        const uint32_t seconds = parse_number("--elapse", arguments.elapsed, "a number of seconds");
+        events.emplace_back([=](sim::Switch &simulated) { sim::let_time_pass(simulated.state(), seconds); });
+    }
+    std::ranges::transform(arguments.links, std::back_inserter(events), link_event);
+    std::ranges::transform(arguments.traffic, std::back_inserter(events), traffic_event);
+    std::ranges::transform(arguments.stations, std::back_inserter(events), station_event);
+    return events;
 }
 
 fs::path default_state()
@@ -88,16 +155,21 @@ fs::path open_board(const Arguments &arguments, uint32_t device_id)
     return board;
 }
 
-void reset(const fs::path &board, uint32_t device_id)
+void change_switch(const fs::path &board, uint32_t device_id, bool reset, const std::vector<Event> &events)
 {
     sim::SharedSwitch *shared = sim::attach_board(board.c_str());
     if (!shared)
-        throw Failure{fmt::format("cannot reset the switch in {}: {}", board.string(), strerror(errno))};
+        throw Failure{fmt::format("cannot reach the switch in {}: {}", board.string(), strerror(errno))};
     const sim::Behaviour plain;
     const sim::BoardLock lock(*shared);
-    sim::Switch(shared->state, plain).power_on(device_id);
-    for (const auto &file : fs::directory_iterator(board / sim::shm_directory))
-        fs::remove(file);
+    sim::Switch simulated(shared->state, plain);
+    if (reset) {
+        simulated.power_on(device_id);
+        for (const auto &file : fs::directory_iterator(board / sim::shm_directory))
+            fs::remove(file);
+    }
+    for (const Event &event : events)
+        event(simulated);
 }
 
 fs::path preload_library()
@@ -154,16 +226,31 @@ void describe(CLI::App &app, Arguments &arguments)
         "device: /dev/esw-ctl exists (default); interface: only the interfaces lan and eth0 answer");
     app.add_option("--state", arguments.state,
                    "directory that holds the switches (default: esw-sim in your XDG state directory)");
-    app.add_option("--latency", arguments.latency, "reads that show a busy bit before it clears (default 0)");
+    app.add_option("--latency", arguments.latency,
+                   "reads that show a busy bit, or a link being negotiated, before it settles (default 0)");
     app.add_option(
            "--fault", arguments.faults,
-           "nth=N: the Nth register request of each process fails; from=N: so do all behind it; all: every "
-           "request fails; "
-           "stuck=REGISTER: its busy bit never clears (a name, or PAGE:OFFSET in hexadecimal); "
-           "socket: no socket can be created; lock: the switch lock can't be created. May be repeated")
+           "nth=N: the Nth request of each process fails; from=N: so do all that follow; all: every request "
+           "fails; mii, eee: every request to a PHY, or about EEE, fails; stuck=REGISTER: its busy bit never "
+           "clears (a name, or PAGE:OFFSET in hexadecimal); socket: no socket can be created; lock: the "
+           "switch "
+           "lock can't be created. May be repeated")
         ->allow_extra_args(false);
+    app.add_option("--link", arguments.links,
+                   "0=down, 1=down: pull the cable of the port; 0=up, 1=up: plug it in. It stays so. May be "
+                   "repeated")
+        ->allow_extra_args(false);
+    app.add_option(
+           "--traffic", arguments.traffic,
+           "PORT=FRAMES: so many frames a second, of mixed sizes, pass the port from now on; 0 ends it. "
+           "May be repeated")
+        ->allow_extra_args(false);
+    app.add_option("--learn", arguments.stations,
+                   "MAC,VID,PORT: a station is heard, and the switch learns its address. May be repeated")
+        ->allow_extra_args(false);
+    app.add_option("--elapse", arguments.elapsed, "let this many seconds pass: learned addresses age");
     app.add_option("--trace", arguments.trace, "write a line for each driver request to this file");
-    app.add_flag("--reset", arguments.reset, "start from power-on contents; without a command, do only that");
+    app.add_flag("--reset", arguments.reset, "start from power-on contents");
     app.set_version_flag("--version", "esw-sim " ESW_VERSION);
     app.prefix_command();
 }
@@ -171,11 +258,13 @@ void describe(CLI::App &app, Arguments &arguments)
 int launch(const Arguments &arguments)
 {
     const uint32_t device_id = check(arguments);
-    if (arguments.command.empty() && !arguments.reset)
+    const std::vector<Event> events = parse_events(arguments);
+    const bool changes = arguments.reset || !events.empty();
+    if (arguments.command.empty() && !changes)
         throw Failure{"no command is given; use esw-sim [OPTIONS] COMMAND [ARG...]", exit_usage};
     const fs::path board = open_board(arguments, device_id);
-    if (arguments.reset)
-        reset(board, device_id);
+    if (changes)
+        change_switch(board, device_id, arguments.reset, events);
     if (arguments.command.empty())
         return 0;
     export_environment(arguments, board);

@@ -28,6 +28,8 @@ struct Refused {
 struct Kind {
     std::string accepted; // completes "use ..."
     std::function<Json(const std::string &)> parse;
+    std::vector<std::string> words = {}; // all that it accepts, when that can be listed
+    std::string source = "";             // what completion offers besides: "vlan", "cfp" or "file"
 };
 
 Kind number(uint64_t first, uint64_t last, const std::string &unit = ""); // hexadecimal with 0x, or decimal
@@ -35,6 +37,8 @@ Kind one_of(const std::vector<uint32_t> &numbers);
 Kind choice(const std::vector<std::string> &words); // yields the word
 Kind on_off();                                      // yields a boolean
 Kind text(const std::string &what);
+Kind file_name();
+Kind list_of(size_t count, const Kind &item); // "4,3,2,1"; yields an array
 
 Kind any_port();    // 0, 1 or 8
 Kind phy_port();    // 0 or 1
@@ -56,16 +60,19 @@ struct Argument {
 // The values given, by argument name. Absent ones hold their fallback.
 using Arguments = Json;
 
+// Words that only lead to commands ("rate egress" of "rate egress set") have a row of their own before those
+// commands, without arguments and without a function.
 struct Command {
     std::string words; // "port enable"
     std::string summary;
     std::vector<Argument> arguments;
     std::function<Report(const Arguments &)> run;
-    bool asks = false; // destructive: asks on a terminal unless --yes
+    bool asks = false;    // destructive: asks on a terminal unless --yes
+    bool offline = false; // needs no switch
 };
 
 struct Family {
-    std::string noun; // empty for commands of a single word
+    std::string noun; // empty for commands of a single word; "vlan translate" lies below "vlan"
     std::string summary;
     std::vector<Command> commands;
 };
@@ -86,6 +93,9 @@ Mac to_mac(const Json &text);
 std::string from_mac(const uint8_t mac[6]);
 uint32_t to_port_set(const Json &ports);
 Json from_port_set(uint32_t ports);
+
+// The network interface chosen with -i: requests to PHYs name it.
+const std::string &interface_name();
 
 // What the switch at hand is.
 bool is_class_a();

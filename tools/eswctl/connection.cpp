@@ -16,6 +16,8 @@ namespace eswctl {
 namespace {
 
 constexpr char control_device[] = "/dev/esw-ctl";
+std::string chosen_interface;
+
 constexpr uint32_t nothing_read = 0xFFFFFFFF;
 
 std::string what_is_missing(const std::string &interface)
@@ -42,8 +44,11 @@ std::string why(const std::string &interface)
 
 } // namespace
 
+const std::string &interface_name() { return chosen_interface; }
+
 Connection::Connection(const std::string &interface)
 {
+    chosen_interface = interface;
     HeldBack messages;
     const bool connected = esw_init(interface.c_str()) == ETH_E_NONE;
     const std::string text = messages.release();

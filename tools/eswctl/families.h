@@ -10,7 +10,31 @@ const std::vector<Family> &families();
 Family general_family();
 Family register_family();
 Family port_family();
+Family link_family();
+Family speed_family();
+Family phy_family();
+Family eee_family();
+Family arl_family();
+Family aging_family();
+Family mcast_family();
+Family bpdu_family();
+Family protect_family();
+Family l2_cache_family();
+Family vlan_family();
+Family translation_family();
+Family rate_family();
+Family priority_family();
+Family qos_family();
+Family stat_family();
+Family mirror_family();
+Family control_family();
 Family cfp_family();
 Family cfp_udf_family();
+
+std::vector<Command> vlan_setting_commands(); // the rest of the VLAN family
+
+Command batch_command();
+Command completion_command();
+Command manual_command();
 
 } // namespace eswctl

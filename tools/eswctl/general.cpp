@@ -40,6 +40,9 @@ Family general_family()
             {
                 {"info", "Show which switch this is and how it is reached", {}, info},
                 {"reset", "Reset the switch: every setting is lost", {}, reset, true},
+                batch_command(),
+                completion_command(),
+                manual_command(),
             }};
 }
 

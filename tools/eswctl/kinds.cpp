@@ -115,29 +115,49 @@ Kind one_of(const std::vector<uint32_t> &numbers)
     std::vector<std::string> words;
     for (const uint32_t n : numbers)
         words.push_back(std::to_string(n));
-    return {enumerate(words), [=](const std::string &text) -> Json {
+    return {enumerate(words),
+            [=](const std::string &text) -> Json {
                 const auto value = parse_number(text);
                 return value && std::ranges::find(numbers, *value) != numbers.end() ? Json(*value) : Json();
-            }};
+            },
+            words};
 }
 
 Kind choice(const std::vector<std::string> &words)
 {
-    return {enumerate(words), [=](const std::string &text) -> Json {
+    return {enumerate(words),
+            [=](const std::string &text) -> Json {
                 return std::ranges::find(words, text) != words.end() ? Json(text) : Json();
-            }};
+            },
+            words};
 }
 
 Kind on_off()
 {
-    return {"on or off", [](const std::string &text) -> Json {
+    return {"on or off",
+            [](const std::string &text) -> Json {
                 return text == "on" || text == "off" ? Json(text == "on") : Json();
-            }};
+            },
+            {"on", "off"}};
 }
 
 Kind text(const std::string &what)
 {
     return {what, [](const std::string &given) -> Json { return given.empty() ? Json() : Json(given); }};
+}
+
+Kind list_of(size_t count, const Kind &item)
+{
+    return {fmt::format("{} values with commas between them, each {}", count, item.accepted),
+            [=](const std::string &text) -> Json {
+                Json values = Json::array();
+                for (const std::string &part : split(text)) {
+                    values.push_back(item.parse(part));
+                    if (values.back().is_null())
+                        return nullptr;
+                }
+                return values.size() == count ? values : Json();
+            }};
 }
 
 Kind port_set()
@@ -158,11 +178,24 @@ Kind port_set()
             }};
 }
 
-Kind vid() { return number(0, last_vid); }
+Kind file_name()
+{
+    Kind kind = text("a file name");
+    kind.source = "file";
+    return kind;
+}
+
+Kind vid()
+{
+    Kind kind = number(0, last_vid);
+    kind.source = "vlan";
+    return kind;
+}
 
 Kind vid_list()
 {
-    return {"VIDs from 0 to 4095 such as 10-20,30", [](const std::string &text) -> Json {
+    return {"VIDs from 0 to 4095 such as 10-20,30",
+            [](const std::string &text) -> Json {
                 std::vector<uint32_t> vids;
                 for (const std::string &item : split(text)) {
                     const size_t dash = item.find('-');
@@ -174,7 +207,9 @@ Kind vid_list()
                         vids.push_back(static_cast<uint32_t>(value));
                 }
                 return ascending(vids);
-            }};
+            },
+            {},
+            "vlan"};
 }
 
 Kind mac_address()

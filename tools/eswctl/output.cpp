@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <sstream>
 
 #include <time.h>
 #include <unistd.h>
@@ -21,6 +22,8 @@ namespace eswctl {
 namespace {
 
 bool as_json_documents = false;
+bool silent_now = false;
+const Progress *shown_progress = nullptr;
 volatile sig_atomic_t interrupted = 0;
 
 void note_interrupt(int) { interrupted = 1; }
@@ -34,16 +37,48 @@ Refused file_failure(const char *what, const std::string &path)
 
 void print_as_json(bool json) { as_json_documents = json; }
 
+bool printing_json() { return as_json_documents; }
+
 void print_or_throw(const std::string &text)
 {
     if (!print(text))
         throw Refused{fmt::format("cannot write the output: {}", strerror(errno))};
 }
 
+void silence(bool silent) { silent_now = silent; }
+
 void emit(const Report &report)
 {
-    if (!report.value.is_null())
-        print_or_throw(as_json_documents ? as_json(report) : as_text(report));
+    if (report.value.is_null() || silent_now)
+        return;
+    if (shown_progress)
+        shown_progress->hide();
+    print_or_throw(as_json_documents ? as_json(report) : as_text(report));
+}
+
+void LiveView::emit(const Report &report)
+{
+    const auto size = terminal_size();
+    if (as_json_documents || silent_now || !size) {
+        eswctl::emit(report);
+        return;
+    }
+    std::vector<std::string> lines;
+    std::istringstream text(as_text(report));
+    for (std::string line; std::getline(text, line);)
+        lines.push_back(line);
+    if (lines.size() + 1 > size->rows) { // the last row is the cursor's
+        const size_t kept = size->rows < 3 ? 0 : size->rows - 2;
+        const std::string rest = fmt::format("({} more lines)", lines.size() - kept);
+        lines.resize(kept);
+        lines.push_back(rest);
+    }
+    // Back to the first line; each line clears what the last state left in it, and the end what is below.
+    std::string shown = lines_ == 0 ? "" : fmt::format("\033[{}A", lines_);
+    for (const std::string &line : lines)
+        shown += fmt::format("\r{:.{}}\033[K\n", line, size->columns);
+    lines_ = lines.size();
+    print_or_throw(shown + "\033[J");
 }
 
 bool wait_for_next(double seconds)
@@ -62,7 +97,21 @@ bool wait_for_next(double seconds)
 
 Progress::Progress(std::string what, size_t total)
     : what_(std::move(what)), total_(total), shown_(isatty(STDERR_FILENO) != 0)
-{}
+{
+    shown_progress = this;
+}
+
+Progress::~Progress()
+{
+    hide();
+    shown_progress = nullptr;
+}
+
+void Progress::hide() const
+{
+    if (shown_)
+        fmt::print(stderr, "\r\033[K");
+}
 
 void Progress::advance_to(size_t done)
 {
@@ -73,12 +122,6 @@ void Progress::advance_to(size_t done)
     else
         fmt::print(stderr, "\r{}: {} of {} [{:<30}]", what_, done, total_,
                    std::string(done * 30 / total_, '='));
-}
-
-Progress::~Progress()
-{
-    if (shown_)
-        fmt::print(stderr, "\r\033[K");
 }
 
 void write_file(const std::string &path, const std::string &text)

@@ -9,6 +9,7 @@ namespace eswctl {
 
 // Chosen once, by --json.
 void print_as_json(bool json);
+bool printing_json();
 
 // Prints a report. Commands return their report; one that goes on (a watch) emits each state as it comes and
 // returns an empty report in the end: as JSON that is one document a line. Throws Refused when nobody takes
@@ -17,8 +18,20 @@ void emit(const Report &report);
 
 void print_or_throw(const std::string &text);
 
+// From now on, emit() prints nothing: what a dry run's command has to say did not happen.
+void silence(bool silent);
+
 // Sleeps. False when the user pressed Ctrl-C: the command then ends in order.
 bool wait_for_next(double seconds);
+
+// Shows the states of a watch in one place of a terminal, cut to its size; elsewhere one after another.
+class LiveView {
+public:
+    void emit(const Report &report);
+
+private:
+    size_t lines_ = 0; // that the last state took
+};
 
 // A line on standard error that tells how far a long command is; nothing unless that is a terminal.
 class Progress {
@@ -29,6 +42,7 @@ public:
     Progress &operator=(const Progress &) = delete;
 
     void advance_to(size_t done);
+    void hide() const; // until the next advance
 
 private:
     std::string what_;

@@ -28,7 +28,10 @@ std::string title(const Column &column)
     return column.unit.empty() ? column.title : fmt::format("{} [{}]", column.title, column.unit);
 }
 
-Json member(const Json &object, const std::string &key) { return object.value(key, Json()); }
+Json member(const Json &object, const std::string &key)
+{
+    return key.starts_with('/') ? object.value(Json::json_pointer(key), Json()) : object.value(key, Json());
+}
 
 // Numbers stand on the right.
 bool is_numeric(const Json &rows, const std::string &key)
@@ -85,13 +88,21 @@ std::string record_text(const Section &section, const Json &value)
         width = std::max(width, column.title.size());
     std::string text;
     for (const Column &column : section.columns) {
-        const std::string unit = column.unit.empty() ? "" : ' ' + column.unit;
-        text += fmt::format("{:<{}}  {}{}\n", column.title, width, cell(member(value, column.key)), unit);
+        const Json shown = member(value, column.key);
+        const std::string unit = column.unit.empty() || shown.is_null() ? "" : ' ' + column.unit;
+        text += fmt::format("{:<{}}  {}{}\n", column.title, width, cell(shown), unit);
     }
     return text;
 }
 
 } // namespace
+
+void append_elements(std::vector<Column> &columns, const std::string &array, const std::string &title,
+                     unsigned count)
+{
+    for (unsigned i = 0; i < count; ++i)
+        columns.push_back({fmt::format("/{}/{}", array, i), (i == 0 ? title : "") + std::to_string(i)});
+}
 
 Report table(const std::string &key, std::vector<Column> columns, Json rows, const std::string &when_empty)
 {
@@ -110,7 +121,7 @@ Report done(const std::string &sentence, Json value) { return {std::move(value),
 
 std::string as_text(const Report &report)
 {
-    std::string text;
+    std::string text = report.text;
     for (const Section &section : report.sections) {
         const Json &value = section.key.empty() ? report.value : report.value.at(section.key);
         text += (text.empty() ? "" : "\n");
@@ -119,6 +130,6 @@ std::string as_text(const Report &report)
     return report.sentence.empty() ? text : text + report.sentence + '\n';
 }
 
-std::string as_json(const Report &report) { return report.value.dump(2) + '\n'; }
+std::string as_json(const Report &report) { return report.value.dump(report.one_of_many ? -1 : 2) + '\n'; }
 
 } // namespace eswctl

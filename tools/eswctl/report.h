@@ -12,7 +12,7 @@ using Json = nlohmann::ordered_json;
 
 // How one member of the value looks as text.
 struct Column {
-    std::string key;
+    std::string key; // a member's name, or a pointer into it: "/queues/3"
     std::string title;
     std::string unit = ""; // shown behind the title
 };
@@ -28,8 +28,13 @@ struct Report {
     Json value = Json::object(); // printed whole as JSON; null prints nothing
     std::vector<Section> sections = {};
     std::string sentence = ""; // what a command that changes something has done
+    std::string text = "";     // printed as it stands, for what is a text already
     bool one_of_many = false;  // of a watch: as JSON, it takes one line
 };
+
+// One column for each element of an array member; only the first title names it.
+void append_elements(std::vector<Column> &columns, const std::string &array, const std::string &title,
+                     unsigned count);
 
 Report table(const std::string &key, std::vector<Column> columns, Json rows,
              const std::string &when_empty = "");

@@ -1,9 +1,12 @@
 #include "eswctl/terminal.h"
 
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <iostream>
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -42,6 +45,18 @@ bool print(const std::string &text)
         done += static_cast<size_t>(written);
     }
     return true;
+}
+
+std::optional<TerminalSize> terminal_size()
+{
+    const char *kind = getenv("TERM");
+    const char *plain = getenv("NO_COLOR");
+    winsize size{};
+    if (!kind || strcmp(kind, "dumb") == 0 || (plain && *plain) || ioctl(own_output, TIOCGWINSZ, &size) != 0)
+        return std::nullopt;
+    if (size.ws_row == 0 || size.ws_col == 0) // unknown
+        return TerminalSize{24, 80};
+    return TerminalSize{size.ws_row, size.ws_col};
 }
 
 bool confirm(const std::string &question)

@@ -2,6 +2,7 @@
 // clean, so those messages are sent to standard error.
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace eswctl {
@@ -11,6 +12,13 @@ void separate_output();
 
 // False when it can't be written.
 bool print(const std::string &text);
+
+struct TerminalSize {
+    size_t rows, columns;
+};
+
+// Of the terminal that output goes to; none when it goes elsewhere, or to a terminal that shall stay plain.
+std::optional<TerminalSize> terminal_size();
 
 // Asks on the terminal; true without asking when there is none.
 bool confirm(const std::string &question);

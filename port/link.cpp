@@ -1,0 +1,144 @@
+#include <algorithm>
+#include <iterator>
+
+#include <linux/mii.h>
+
+#include <esw/port.h>
+
+#include "core/device.h"
+#include "core/lock.h"
+#include "core/ports.h"
+#include "core/register.h"
+
+namespace {
+
+using namespace esw;
+
+// One bit a port, but two for the speed.
+constexpr Register link_status{0x01, 0x00, 16};
+constexpr Register link_change{0x01, 0x02, 16};
+constexpr Register speed_status{0x01, 0x04, 32};
+constexpr Register duplex_status{0x01, 0x08, 16};
+constexpr Register pause_status{0x01, 0x0A, 32};
+constexpr uint32_t second_pause_bit = 9; // so far above the first
+
+constexpr int16_t speeds[1 << 2] = {10, 100, 1000, 1000}; // Mb/s
+
+// A read of the change register clears it: what it told of other ports waits here until they are asked about.
+uint16_t untold_changes ESW_GUARDED_BY(switch_mutex);
+
+// `reg` holds `bits` bits for each port.
+int32_t get_port_bits(Register reg, uint32_t bits, uint32_t port, int32_t *value)
+{
+    *value = -1;
+    if (!is_port(port))
+        return ETH_E_PORT;
+    const SwitchLock lock;
+    *value = static_cast<int32_t>(read32(reg) >> bits * port & ((1U << bits) - 1));
+    return ETH_E_NONE;
+}
+
+struct Change {
+    uint16_t cleared;
+    uint16_t set;
+
+    [[nodiscard]] constexpr uint32_t applied_to(uint32_t value) const { return (value & ~cleared) | set; }
+};
+
+struct RegisterChange {
+    uint16_t reg;
+    Change change;
+};
+
+// How a PHY is brought to a speed: what it advertises, in the order of the accesses, and what it selects.
+struct SpeedSetting {
+    uint32_t speed; // Mb/s
+    RegisterChange advertisement[2];
+    Change selection;
+};
+
+constexpr uint16_t fast = ADVERTISE_100HALF | ADVERTISE_100FULL;
+constexpr uint16_t any_fast = fast | ADVERTISE_100BASE4;
+constexpr uint16_t gigabit = ADVERTISE_1000HALF | ADVERTISE_1000FULL;
+
+constexpr SpeedSetting speed_settings[] = {
+    {10, {{MII_CTRL1000, {gigabit, 0}}, {MII_ADVERTISE, {any_fast, 0}}}, {BMCR_SPEED100 | BMCR_SPEED1000, 0}},
+    {100, {{MII_CTRL1000, {gigabit, 0}}, {MII_ADVERTISE, {0, fast}}}, {BMCR_SPEED1000, BMCR_SPEED100}},
+    {1000, {{MII_ADVERTISE, {0, fast}}, {MII_CTRL1000, {0, gigabit}}}, {BMCR_SPEED100, BMCR_SPEED1000}},
+};
+
+} // namespace
+
+int32_t eth_port_link_status_get(uint32_t port, int32_t *link)
+{
+    return get_port_bits(link_status, 1, port, link);
+}
+
+int32_t eth_port_link_status_change_get(uint32_t port, int32_t *changed)
+{
+    *changed = -1;
+    if (!is_port(port))
+        return ETH_E_PORT;
+    const SwitchLock lock;
+    const uint32_t all = (read32(link_change) | untold_changes) & 0xFFFF;
+    untold_changes = static_cast<uint16_t>(all & ~port_bit(port));
+    *changed = (all & port_bit(port)) != 0;
+    return ETH_E_NONE;
+}
+
+int32_t eth_port_speed_get(uint32_t port, int32_t *speed)
+{
+    const int32_t result = get_port_bits(speed_status, 2, port, speed);
+    if (result == ETH_E_NONE)
+        *speed = speeds[*speed];
+    return result;
+}
+
+int32_t eth_port_duplex_get(uint32_t port, int32_t *duplex)
+{
+    return get_port_bits(duplex_status, 1, port, duplex);
+}
+
+int32_t eth_port_pause_get(uint32_t port, int32_t *pause_low, int32_t *pause_high)
+{
+    *pause_low = -1;
+    *pause_high = -1;
+    if (!is_port(port))
+        return ETH_E_PORT;
+    const SwitchLock lock;
+    *pause_low = (read32(pause_status) & port_bit(port)) != 0;
+    *pause_high = (read32(pause_status) & port_bit(port + second_pause_bit)) != 0;
+    return ETH_E_NONE;
+}
+
+int32_t eth_port_speed_set(const char *ifname, uint32_t port, uint32_t aux, uint32_t speed)
+{
+    if (!is_class_b())
+        return ETH_E_UNAVAIL;
+    if (!is_phy_port(port))
+        return ETH_E_PORT;
+    const auto *const setting = std::ranges::find(speed_settings, speed, &SpeedSetting::speed);
+    if (setting == std::end(speed_settings))
+        return ETH_E_PARAM;
+
+    int32_t current = 0;
+    if (const int32_t failure = eth_port_speed_get(port, &current))
+        return failure;
+    if (static_cast<uint32_t>(current) == speed)
+        return ETH_E_NONE;
+
+    uint32_t control = 0;
+    if (const int32_t failure = eth_port_phy_get(ifname, port, aux, MII_BMCR, &control))
+        return failure;
+    for (const auto &[reg, change] : setting->advertisement) {
+        uint32_t value = 0;
+        if (const int32_t failure = eth_port_phy_get(ifname, port, aux, reg, &value))
+            return failure;
+        if (const int32_t failure = eth_port_phy_set(ifname, port, aux, reg, change.applied_to(value)))
+            return failure;
+    }
+    control = setting->selection.applied_to(control);
+    if (const int32_t failure = eth_port_phy_set(ifname, port, aux, MII_BMCR, control))
+        return failure;
+    return eth_port_phy_set(ifname, port, aux, MII_BMCR, control | BMCR_ANRESTART);
+}

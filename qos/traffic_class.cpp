@@ -1,0 +1,248 @@
+#include <algorithm>
+
+#include <esw/qos.h>
+
+#include "core/device.h"
+#include "core/lock.h"
+#include "core/ports.h"
+#include "qos/registers.h"
+
+namespace {
+
+using namespace esw;
+
+constexpr uint32_t every_port = 0xFFFFFFFF; // how the DSCP calls name the one map that all ports share
+constexpr uint32_t last_dscp = 63;
+constexpr uint32_t by_dscp = 2; // classification mode; 0: not by DSCP
+
+// Sixteen classes to a register; 48 bits apart.
+Register dscp_map(uint32_t dscp)
+{
+    constexpr Register early{0x30, 0x30, 64};
+    constexpr Register late{0x30, 0x34, 64};
+    return (is_late_class_b() ? late : early).at(6 * (dscp / 16));
+}
+constexpr Field class_of_dscp(uint32_t dscp) { return Field{0, 3}.up(3 * (dscp % 16)); }
+
+constexpr Register class_sources{0x30, 0x50, 16}; // of port 0; the others 2 offsets each further on
+constexpr Field class_source(uint32_t index) { return Field{0, 2}.up(2 * index); }
+
+constexpr Register class_queues{0x30, 0x70, 32}; // of port 0; the others 4 offsets each further on
+constexpr Field class_queue(uint32_t tc) { return Field{0, 3}.up(3 * tc); }
+constexpr uint32_t class_drops(uint32_t tc) { return uint32_t{1} << (24 + tc); }
+
+constexpr Register default_classes{0x30, 0x48, 32};
+constexpr Field default_class(uint32_t port) { return Field{0, 3}.up(3 * port); }
+
+constexpr Register port_scheduler{0x46, 0x00, 8}; // of port 0; the others follow
+constexpr Field scheduling{0, 3};
+constexpr uint64_t not_scheduling = 0xF8;
+constexpr uint8_t in_modes_3_and_7 = 5;
+constexpr Field scheduling_and_flag{0, 4}; // the flag tells modes 3 and 7 apart
+constexpr uint8_t flag = 0x08;
+
+constexpr Register port_weights{0x46, 0x10, 64}; // of port 0; the others 8 offsets each further on
+constexpr unsigned queues = 8;
+constexpr int32_t largest_weight = 256; // held as 0: a weight has 8 bits
+
+constexpr uint32_t no_mode = 0xFF;
+
+// What the calls for class B check, in this order.
+int32_t check_class_b(uint32_t port, uint32_t index = 0, uint32_t value = 0)
+{
+    if (!is_class_b())
+        return ETH_E_UNAVAIL;
+    if (!is_port(port))
+        return ETH_E_PORT;
+    return std::max(index, value) > last_priority ? ETH_E_PARAM : ETH_E_NONE;
+}
+
+int32_t check_dscp(uint32_t port, int32_t dscp, uint32_t tc = 0)
+{
+    if (port != every_port)
+        return ETH_E_PORT;
+    return tc > last_priority || static_cast<uint32_t>(dscp) > last_dscp ? ETH_E_PARAM : ETH_E_NONE;
+}
+
+// False for a mode that can't be set. Mode 1 keeps the flag.
+bool set_scheduling(Register reg, uint32_t mode) ESW_REQUIRES(switch_mutex)
+{
+    switch (mode) {
+    case 1:
+        write(reg, read64(reg) & not_scheduling);
+        return true;
+    case 3:
+        write_field(reg, scheduling_and_flag, in_modes_3_and_7 | flag);
+        return true;
+    case 7:
+        write_field(reg, scheduling_and_flag, in_modes_3_and_7);
+        return true;
+    default:
+        return false;
+    }
+}
+
+uint32_t scheduling_mode(uint32_t word)
+{
+    constexpr uint8_t modes[] = {1, 8, 8, 8, 8, 7, no_mode, no_mode};
+    const uint8_t mode = modes[scheduling.get(word)];
+    return mode == 7 && (word & flag) != 0 ? 3 : mode;
+}
+
+// Byte i for queue i. False when a weight is out of range.
+bool pack_weights(const int32_t *weights, uint64_t &packed)
+{
+    for (unsigned queue = queues; queue-- != 0;) {
+        if (weights[queue] < 1 || weights[queue] > largest_weight)
+            return false;
+        packed = packed << 8 | static_cast<uint8_t>(weights[queue]);
+    }
+    return true;
+}
+
+} // namespace
+
+int32_t eth_cosq_port_pcp2tc_set(uint32_t port, uint32_t, uint32_t, uint32_t)
+{
+    return is_port(port) ? ETH_E_PARAM : ETH_E_PORT;
+}
+
+int32_t eth_cosq_port_pcp2tc_get(uint32_t port, uint32_t, uint32_t, uint32_t *tc)
+{
+    *tc = 0xFFFFFFFF;
+    return is_port(port) ? ETH_E_PARAM : ETH_E_PORT;
+}
+
+int32_t eth_cosq_port_dscp2tc_set(uint32_t port, int32_t dscp, uint32_t, uint32_t tc)
+{
+    if (const int32_t error = check_dscp(port, dscp, tc))
+        return error;
+    const auto number = static_cast<uint32_t>(dscp);
+    const Field field = class_of_dscp(number);
+    write64_masked(dscp_map(number), field.mask(), field.put(tc));
+    return ETH_E_NONE;
+}
+
+int32_t eth_cosq_port_dscp2tc_get(uint32_t port, int32_t dscp, uint32_t, uint32_t *tc)
+{
+    *tc = 0xFFFFFFFF;
+    if (const int32_t error = check_dscp(port, dscp))
+        return error;
+    const auto number = static_cast<uint32_t>(dscp);
+    *tc = class_of_dscp(number).get(read64(dscp_map(number)));
+    return ETH_E_NONE;
+}
+
+int32_t eth_cosq_port_dscp2tc_mode_set(uint32_t port, uint32_t mode)
+{
+    if (!is_port(port))
+        return ETH_E_PORT;
+    if (mode != 0 && mode != by_dscp)
+        return ETH_E_PARAM;
+    assign_bits(dscp_ports, port_bit(port), mode == by_dscp);
+    return ETH_E_NONE;
+}
+
+int32_t eth_cosq_port_dscp2tc_mode_get(uint32_t port, uint32_t *mode)
+{
+    *mode = 0xFFFFFFFF;
+    if (!is_port(port))
+        return ETH_E_PORT;
+    *mode = (read32(dscp_ports) & port_bit(port)) != 0 ? by_dscp : 0;
+    return ETH_E_NONE;
+}
+
+int32_t eth_cosq_port_tc_src_set(uint32_t port, uint32_t index, uint32_t value)
+{
+    if (const int32_t error = check_class_b(port, index))
+        return error;
+    write_field(class_sources.at(2 * port), class_source(index), value);
+    return ETH_E_NONE;
+}
+
+int32_t eth_cosq_port_tc_src_get(uint32_t port, uint32_t index, uint32_t *value)
+{
+    if (const int32_t error = check_class_b(port, index))
+        return error;
+    *value = class_source(index).get(read32(class_sources.at(2 * port)));
+    return ETH_E_NONE;
+}
+
+int32_t eth_cosq_port_mapping_set(uint32_t port, uint32_t tc, uint32_t queue)
+{
+    if (const int32_t error = check_class_b(port, tc, queue))
+        return error;
+    const SwitchLock lock;
+    write_field(class_queues.at(4 * port), class_queue(tc), queue);
+    return ETH_E_NONE;
+}
+
+int32_t eth_cosq_port_mapping_get(uint32_t port, uint32_t tc, uint32_t *queue)
+{
+    if (const int32_t error = check_class_b(port, tc))
+        return error;
+    const SwitchLock lock;
+    *queue = class_queue(tc).get(read32(class_queues.at(4 * port)));
+    return ETH_E_NONE;
+}
+
+int32_t eth_cosq_port_mapping_tc_drop_set(uint32_t port, uint32_t tc, int32_t enable)
+{
+    if (const int32_t error = check_class_b(port, tc))
+        return error;
+    const SwitchLock lock;
+    assign_bits(class_queues.at(4 * port), class_drops(tc), enable);
+    return ETH_E_NONE;
+}
+
+int32_t eth_cosq_port_mapping_tc_drop_get(uint32_t port, uint32_t tc, uint32_t *value)
+{
+    if (const int32_t error = check_class_b(port, tc))
+        return error;
+    const SwitchLock lock;
+    *value = (read32(class_queues.at(4 * port)) & class_drops(tc)) != 0;
+    return ETH_E_NONE;
+}
+
+int32_t eth_cosq_port_sched_set(uint32_t port, uint32_t mode, const int32_t weights[8])
+{
+    if (const int32_t error = check_class_b(port))
+        return error;
+    uint64_t packed = 0;
+    if (!pack_weights(weights, packed))
+        return ETH_E_PARAM;
+    const SwitchLock lock;
+    if (!set_scheduling(port_scheduler.at(port), mode))
+        return ETH_E_UNAVAIL;
+    write(port_weights.at(8 * port), packed);
+    return ETH_E_NONE;
+}
+
+int32_t eth_cosq_port_sched_get(uint32_t port, uint32_t *mode, int32_t weights[8])
+{
+    if (const int32_t error = check_class_b(port))
+        return error;
+    *mode = scheduling_mode(read32(port_scheduler.at(port)));
+    if (*mode == no_mode)
+        return ETH_E_NONE;
+    uint64_t packed = read64(port_weights.at(8 * port));
+    for (unsigned queue = 0; queue < queues; ++queue, packed >>= 8)
+        weights[queue] = static_cast<uint8_t>(packed);
+    return ETH_E_NONE;
+}
+
+int32_t eth_cosq_port2tc_set(uint32_t port, uint32_t tc)
+{
+    if (const int32_t error = check_class_b(port, tc))
+        return error;
+    write_field(default_classes, default_class(port), tc);
+    return ETH_E_NONE;
+}
+
+int32_t eth_cosq_port2tc_get(uint32_t port, uint32_t *tc)
+{
+    if (const int32_t error = check_class_b(port))
+        return error;
+    *tc = default_class(port).get(read32(default_classes));
+    return ETH_E_NONE;
+}

@@ -1,0 +1,92 @@
+// Tests of single calls: each begins on a freshly powered-on switch of any ID.
+#pragma once
+
+#include <map>
+#include <regex>
+#include <set>
+
+#include <esw.h>
+
+#include "tests/support/board.h"
+
+namespace test {
+
+inline constexpr uint32_t early_class_b = 0xD300; // DSCP map at 30:30; that of class_b is at 30:34
+inline constexpr uint32_t unknown_device = 0xD315;
+
+using Out = uint32_t *; // eight values of 5 that a call may write to
+
+// A call on a fresh switch, whose registers hold what the call is expected to read.
+struct Case {
+    const char *devices; // each letter one: class [a], late class [b], [e]arly class B, [u]nknown
+    std::function<int32_t(Out)> call;
+    int32_t result;
+    std::string requests;
+    std::vector<uint32_t> out = {5}; // the first values
+};
+
+class FreshSwitch : public Board {
+protected:
+    void SetUp() override { start(); }
+
+    void become(uint32_t device)
+    {
+        power_on(device);
+        gESWID = device;
+    }
+
+    // "[30:04 r64=1 w64=101]": the requests of a call, between brackets while it holds the lock. An address
+    // holds for what stands behind it.
+    std::string traffic(const std::function<void()> &call)
+    {
+        std::string all, last_address;
+        for (const std::string &line : requests(call)) {
+            if (line == "lock" || line == "unlock") {
+                all += line == "lock" ? "[" : "]";
+                last_address.clear();
+                continue;
+            }
+            char verb[8], address[8], arrow[4], value[20];
+            unsigned width = 0;
+            sscanf(line.c_str(), "%7s %7s w%u %3s 0x%19s", verb, address, &width, arrow, value);
+            if (!all.empty() && all.back() != '[' && all.back() != ']')
+                all += ' ';
+            if (address != last_address)
+                all += (last_address = address) + ' ';
+            all += fmt::format("{}{}={}", verb[0], width, value);
+        }
+        return all;
+    }
+
+    // Each register that is read first.
+    void hold(const std::string &requests)
+    {
+        static const std::regex access("([0-9a-f]{2}):([0-9a-f]{2}) ([rw])..=([0-9a-f]+)");
+        std::set<std::string> touched;
+        std::smatch match;
+        for (std::string rest = requests; std::regex_search(rest, match, access); rest = match.suffix()) {
+            const auto number = [&](int group) { return std::stoull(match[group], nullptr, 16); };
+            if (touched.insert(match[1].str() + match[2].str()).second && match[3] == "r")
+                reg(static_cast<uint8_t>(number(1)), static_cast<uint8_t>(number(2))) = number(4);
+        }
+    }
+
+    void expect(const std::vector<Case> &cases)
+    {
+        static const std::map<char, uint32_t> ids = {
+            {'a', class_a}, {'b', class_b}, {'e', early_class_b}, {'u', unknown_device}};
+        for (const Case &c : cases) {
+            for (const char device : std::string(c.devices)) {
+                SCOPED_TRACE(fmt::format("case {} on device {}", &c - cases.data(), device));
+                become(ids.at(device));
+                hold(c.requests);
+                std::vector<uint32_t> out(8, 5);
+                EXPECT_EQ(traffic([&] { EXPECT_EQ(c.call(out.data()), c.result); }), c.requests);
+                out.resize(c.out.size());
+                EXPECT_EQ(out, c.out);
+            }
+        }
+    }
+};
+
+} // namespace test

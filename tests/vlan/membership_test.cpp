@@ -1,0 +1,230 @@
+// The file that says which VLANs exist.
+#include "tests/support/board.h"
+
+#include <filesystem>
+#include <fstream>
+#include <optional>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <esw.h>
+
+#include "sim/doors/next.h"
+
+namespace {
+
+// What the calls ask of the C library, while a test watches, and what they get.
+struct Watch {
+    test::Lines log;
+    int map_error = 0;
+    int stat_error = 0;
+    std::optional<ssize_t> written;
+};
+Watch *watched = nullptr;
+
+constinit sim::Next next_mmap{&mmap, "mmap"};
+constinit sim::Next next_fstat{&fstat, "fstat"};
+constinit sim::Next next_fflush{&fflush, "fflush"};
+constinit sim::Next next_write{&write, "write"};
+
+bool note(const std::string &line, int descriptor = -1)
+{
+    if (!watched)
+        return false;
+    const int flags = descriptor < 0 ? 0 : fcntl(descriptor, F_GETFL) & (O_ACCMODE | O_SYNC);
+    watched->log.push_back(descriptor < 0 ? line : fmt::format("{} open for {:#o}", line, flags));
+    return true;
+}
+
+} // namespace
+
+extern "C" {
+
+void *mmap(void *at, size_t size, int protection, int flags, int descriptor, off_t offset) noexcept
+{
+    if (note(fmt::format("mmap {} prot {} flags {}", size, protection, flags)) &&
+        (errno = watched->map_error) != 0)
+        return MAP_FAILED;
+    return next_mmap(at, size, protection, flags, descriptor, offset);
+}
+
+int fstat(int descriptor, struct stat *status) noexcept
+{
+    return note("fstat", descriptor) && (errno = watched->stat_error) != 0 ? -1
+                                                                           : next_fstat(descriptor, status);
+}
+
+// Flushes nothing: thousands of flushes to a disk would take minutes.
+int msync(void *, size_t size, int flags)
+{
+    note(fmt::format("msync {} flags {}", size, flags));
+    return 0;
+}
+
+int fflush(FILE *file)
+{
+    note("fflush");
+    return next_fflush(file);
+}
+
+ssize_t write(int descriptor, const void *from, size_t size)
+{
+    if (size != 4096 || !note("write", descriptor) || !watched->written)
+        return next_write(descriptor, from, size);
+    errno = ENOSPC;
+    return *watched->written;
+}
+
+int usleep(useconds_t microseconds)
+{
+    note(fmt::format("usleep {}", microseconds));
+    errno = EINTR;
+    return -1;
+}
+
+} // extern "C"
+
+namespace {
+
+using namespace test;
+namespace fs = std::filesystem;
+
+const std::string none(4096, '0');
+const std::string missing = "No vlan file found, calling vlan init";
+const std::string warning = "WARNING file size not equals to 4096";
+
+int32_t read_10() { return get_vid(10); }
+int32_t write_10() { return set_vid(10, -7); }
+std::string with_10(std::string bytes) { return bytes.replace(10, 1, "1"); }
+
+class Membership : public Board {
+protected:
+    [[nodiscard]] std::string contents() const
+    {
+        std::ifstream stream(file);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+    void put(const std::string &bytes) const { std::ofstream(file) << bytes; }
+
+    // "result: standard output, standard error"
+    std::string outcome(const std::function<int32_t()> &call)
+    {
+        int32_t result = 0;
+        calls.log.clear();
+        const Texts texts = printed([&] {
+            watched = &calls;
+            result = call();
+            watched = nullptr;
+        });
+        return fmt::format("{}: {}{}", result, texts.out, texts.error);
+    }
+    const std::string file = directory() + "/shm/vid_list.cfg";
+    Watch calls;
+};
+
+TEST_F(Membership, ReaderAndWriterOnEveryStateOfTheFile)
+{
+    const std::string sized = "-1: " + warning;
+    const std::string stored = "0: \n" + warning;
+    const std::string other(4096, '\xFF');
+    struct {
+        std::optional<std::string> before;
+        std::string read, written, after;
+    } const states[] = {
+        {{}, "0: " + missing + "!\n", "0: " + missing + '\n', with_10(none)},
+        {"", "-1: ", stored, with_10(none)},
+        {"1111111111", sized, stored, with_10(none)},  // the byte lies behind the end
+        {"11111111110", sized, stored, "11111111111"}, // and inside
+        {with_10(none), "1: ", "0: ", with_10(none)},
+        {other, "207: ", "0: ", with_10(other)},
+        {none + '0', sized, stored, with_10(none + '0')},
+    };
+    for (const auto &state : states) {
+        const auto prepare = [&] { state.before ? put(*state.before) : void(fs::remove(file)); };
+        prepare();
+        EXPECT_EQ(outcome(read_10), state.read);
+        EXPECT_EQ(contents(), state.before.value_or(none));
+        prepare();
+        EXPECT_EQ(outcome(write_10), state.written);
+        EXPECT_EQ(contents(), state.after);
+    }
+}
+
+TEST_F(Membership, WhatCannotBeOpenedFailsWithTheReasonOfTheCreation)
+{
+    fs::create_symlink("vid_list.cfg", file); // unreadable whoever asks
+    const std::string reason = "open: Too many levels of symbolic links\n";
+    EXPECT_EQ(outcome(read_10), "-1: " + missing + "!\n" + reason);
+    EXPECT_EQ(outcome(write_10), "-1: " + missing + '\n' + reason);
+    fs::remove(file);
+    fs::create_directory(file); // opens for reading; its size depends on the file system
+    EXPECT_THAT(outcome(read_10),
+                testing::AnyOf("-1: ", "-1: " + warning, "-1: \nget_vid: mmap: No such device\n"));
+    EXPECT_EQ(outcome(write_10), "-1: " + missing + "\nopen: Is a directory\n");
+}
+
+TEST_F(Membership, CallsOfTheCLibrary)
+{
+    const mode_t before = umask(0);
+    EXPECT_EQ(outcome(init_vid_list), "0: ");
+    umask(before);
+    EXPECT_THAT(calls.log, ElementsAre("write open for 01"));
+    EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    outcome(write_10);
+    EXPECT_THAT(calls.log, ElementsAre("fstat open for 04010002", "fflush", "mmap 4096 prot 3 flags 1",
+                                       "msync 4096 flags 4"));
+    outcome(read_10);
+    EXPECT_THAT(calls.log, ElementsAre("fstat open for 0", "mmap 4096 prot 1 flags 2"));
+    put(none + "junk");
+    EXPECT_EQ(outcome(init_vid_list), "0: ");
+    EXPECT_EQ(contents(), none);
+}
+
+TEST_F(Membership, FailuresAreTold)
+{
+    EXPECT_EQ(outcome([] { return get_vid(4096); }), "-1: \nError: vid>4095");
+    EXPECT_EQ(outcome([] { return set_vid(0xFFFF, 1); }), "-1: \nError: vid>4095");
+    EXPECT_FALSE(fs::exists(file));
+    put("");
+    calls.written = -1;
+    EXPECT_EQ(outcome(write_10), "-1: \n" + warning) << "nothing to store into";
+    EXPECT_EQ(outcome(init_vid_list), "-1: write: No space left on device\n");
+    calls.written = 100;
+    EXPECT_EQ(outcome(init_vid_list), "-1: Warning: write doesn't return expected number of bytes");
+    put(none);
+    calls.map_error = ENOMEM;
+    EXPECT_EQ(outcome(read_10), "-1: \nget_vid: mmap: Cannot allocate memory\n");
+    EXPECT_EQ(outcome(write_10), "-1: \nset_vid: mmap: Cannot allocate memory\n");
+    EXPECT_EQ(calls.log.back(), "usleep 1000000");
+    calls.stat_error = EIO;
+    EXPECT_EQ(outcome(read_10), "-1: fstat: Input/output error\n");
+    EXPECT_EQ(outcome(write_10), "-1: fstat: Input/output error\n");
+    EXPECT_EQ(contents(), none);
+}
+
+// Two processes create and destroy neighbours; neither may lose what the other does.
+TEST_F(Membership, TwoProcessesAtOnceKeepTheirOwnVlans)
+{
+    start();
+    put(none);
+    const auto churn = [](uint16_t vid) {
+        int wrong = 0;
+        for (int round = 0; round < 300; ++round)
+            wrong += eth_vlan_create(vid) != 0 || get_vid(vid) != 1 || eth_vlan_destroy(vid) != 0;
+        return wrong + (eth_vlan_create(vid) != 0);
+    };
+    const pid_t other = fork();
+    if (other == 0)
+        _exit(churn(11) != 0);
+    EXPECT_EQ(churn(10), 0);
+    int status = 0;
+    waitpid(other, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(contents(), with_10(none).replace(11, 1, "1"));
+}
+
+} // namespace

@@ -1,0 +1,240 @@
+// arl: the address table.
+#include <algorithm>
+
+#include <esw.h>
+#include <fmt/format.h>
+
+#include "eswctl/families.h"
+#include "eswctl/output.h"
+
+namespace eswctl {
+namespace {
+
+// Bit 7 of the search control register stays set while a walk runs.
+constexpr uint8_t search_page = 0x05;
+constexpr uint8_t search_offset = 0x50;
+constexpr uint32_t search_runs = 0x80;
+
+const std::vector<Column> columns = {
+    {"vid", "VID"}, {"mac", "MAC address"}, {"ports", "ports"}, {"static", "static"}, {"tc", "class"}};
+
+bool is_valid(const eth_l2_addr_t &entry) { return (entry.flags & ETH_L2_VALID) != 0; }
+bool is_static(const eth_l2_addr_t &entry) { return (entry.flags & ETH_L2_STATIC) != 0; }
+bool is_multicast(const eth_l2_addr_t &entry) { return (entry.mac[0] & 1) != 0; }
+
+eth_l2_addr_t make_entry(const Mac &mac, uint16_t vid)
+{
+    eth_l2_addr_t entry;
+    eth_l2_addr_t_init(&entry, mac.data(), vid);
+    entry.flags = ETH_L2_VALID;
+    return entry;
+}
+
+Json ports_of(const eth_l2_addr_t &entry)
+{
+    return is_multicast(entry) ? from_port_set(entry.port) : Json::array({entry.port});
+}
+
+Json row_of(const eth_l2_addr_t &entry)
+{
+    return {{"vid", entry.vid},
+            {"mac", from_mac(entry.mac)},
+            {"ports", ports_of(entry)},
+            {"static", is_static(entry)},
+            {"tc", entry.tc}};
+}
+
+// A failed request reads as all ones: no VLAN and no port has such a number.
+bool is_failed_read(const eth_l2_addr_t &entry) { return entry.vid == 0xFFFF || entry.port == 0x1FF; }
+
+// The next two results; false at the end of the walk. A switch may end it by silence, too: unless the search
+// still runs and has found nothing yet, a time-out is the end.
+bool take_pair(eth_l2_addr_t (&pair)[2], bool is_first)
+{
+    const int32_t result = eth_l2_search_next(&pair[0], &pair[1]);
+    if (result == ETH_E_TIMEOUT &&
+        !(is_first && (esw_reg_read32(search_page, search_offset, 8) & search_runs) != 0))
+        return false;
+    check(result, "search the address table");
+    if (is_failed_read(pair[0]) || is_failed_read(pair[1]))
+        throw Refused{"cannot search the address table: the switch does not answer"};
+    return is_valid(pair[0]);
+}
+
+// Every entry, ordered by VLAN and address.
+std::vector<eth_l2_addr_t> walk()
+{
+    Progress progress("addresses read");
+    std::vector<eth_l2_addr_t> entries;
+    eth_l2_addr_t pair[2] = {};
+    check(eth_l2_search_start(), "start the search");
+    while (take_pair(pair, entries.empty())) {
+        std::ranges::copy_if(pair, std::back_inserter(entries), is_valid);
+        progress.advance_to(entries.size());
+    }
+    std::ranges::sort(entries, {}, [](const eth_l2_addr_t &entry) {
+        return std::pair(entry.vid, std::to_array(entry.mac));
+    });
+    return entries;
+}
+
+bool matches(const Json &wanted, const Json &value) { return wanted.is_null() || wanted == value; }
+
+Report show(const Arguments &arguments)
+{
+    const bool static_only = arguments["--static"].get<bool>();
+    const bool dynamic_only = arguments["--dynamic"].get<bool>();
+    if (static_only && dynamic_only)
+        throw UsageError{"--static and --dynamic exclude each other; use one of them"};
+    const Json &port = arguments["--port"];
+    Json rows = Json::array();
+    for (const eth_l2_addr_t &entry : walk()) {
+        const Json ports = ports_of(entry);
+        const bool at_port = port.is_null() || std::ranges::find(ports, port) != ports.end();
+        const bool of_kind = is_static(entry) ? !dynamic_only : !static_only;
+        if (at_port && of_kind && matches(arguments["--vid"], entry.vid))
+            rows.push_back(row_of(entry));
+    }
+    return table("entries", columns, std::move(rows), "no addresses");
+}
+
+// -1: not in the table.
+int32_t bin_of(const eth_l2_addr_t &entry)
+{
+    uint32_t found = 0;
+    int32_t bin = 0;
+    check(eth_arl_entry_bin_check(&entry, &entry, &found, &bin), "look the address up");
+    return bin;
+}
+
+Report find(const Arguments &arguments)
+{
+    const Json &mac = arguments["MAC"];
+    Json rows = Json::array();
+    for (const eth_l2_addr_t &entry : walk()) {
+        if (mac != from_mac(entry.mac) || !matches(arguments["VID"], entry.vid))
+            continue;
+        rows.push_back(row_of(entry));
+        rows.back()["bin"] = bin_of(entry);
+    }
+    if (rows.empty())
+        throw Refused{fmt::format("{} is not in the address table", mac.get<std::string>())};
+    std::vector<Column> with_bin = columns;
+    with_bin.push_back({"bin", "bin"});
+    return table("entries", std::move(with_bin), std::move(rows));
+}
+
+Report add(const Arguments &arguments)
+{
+    const Json &ports = arguments["PORTS"];
+    eth_l2_addr_t entry = make_entry(to_mac(arguments["MAC"]), arguments["VID"].get<uint16_t>());
+    if (!is_multicast(entry) && ports.size() != 1)
+        throw UsageError{"PORTS: a unicast address is at one port; use 0, 1 or 8"};
+    entry.port = is_multicast(entry) ? to_port_set(ports) : ports[0].get<uint32_t>();
+    entry.tc = arguments["--tc"].get<uint32_t>();
+    if (arguments["--static"].get<bool>())
+        entry.flags |= ETH_L2_STATIC;
+    check(eth_l2_addr_add(&entry), "add the address");
+    return done(fmt::format("{} added to VLAN {}", from_mac(entry.mac), entry.vid), row_of(entry));
+}
+
+// The library would remove another entry of a full bucket in place of one that is not there.
+Report remove(const Arguments &arguments)
+{
+    const eth_l2_addr_t entry = make_entry(to_mac(arguments["MAC"]), arguments["VID"].get<uint16_t>());
+    const std::string mac = from_mac(entry.mac);
+    if (bin_of(entry) < 0)
+        throw Refused{fmt::format("{} is not in the address table in VLAN {}", mac, entry.vid)};
+    check(eth_l2_addr_delete(entry.mac, entry.vid), "delete the address");
+    return done(fmt::format("{} deleted from VLAN {}", mac, entry.vid), {{"vid", entry.vid}, {"mac", mac}});
+}
+
+// The switch can't select the learned entries of all ports at once.
+int32_t flush_learned()
+{
+    for (const uint32_t port : ports_or_all(nullptr)) {
+        if (const int32_t result = eth_l2_addr_delete_by_port(0, port, 0); result != ETH_E_NONE)
+            return result;
+    }
+    return ETH_E_NONE;
+}
+
+int32_t flush(const Json &port, const Json &vid, bool static_too)
+{
+    if (port.is_null() && vid.is_null())
+        return static_too ? eth_l2_clear() : flush_learned();
+    if (vid.is_null())
+        return eth_l2_addr_delete_by_port(0, port.get<uint32_t>(), static_too);
+    if (port.is_null())
+        return eth_l2_addr_delete_by_vlan(vid.get<uint16_t>(), static_too);
+    return eth_l2_addr_delete_by_vlan_port(vid.get<uint16_t>(), 0, port.get<uint32_t>(), static_too);
+}
+
+Report flush(const Arguments &arguments)
+{
+    const Json &port = arguments["--port"];
+    const Json &vid = arguments["--vid"];
+    const bool static_too = arguments["--static"].get<bool>();
+    check(flush(port, vid, static_too), "flush the address table");
+    const std::string where =
+        (port.is_null() ? "" : " of port " + port.dump()) + (vid.is_null() ? "" : " in VLAN " + vid.dump());
+    return done(fmt::format("{} addresses{} removed", static_too ? "all" : "dynamic", where),
+                {{"port", port}, {"vid", vid}, {"static", static_too}});
+}
+
+Report bin_full(const Arguments &arguments)
+{
+    if (!arguments["STATE"].is_null())
+        check(eth_arl_bin_full_fwd_set(arguments["STATE"].get<bool>()), "switch bin-full forwarding");
+    uint32_t count = 0;
+    uint32_t forwarding = 0;
+    check(eth_arl_bin_full_counter_get(&count), "read the bin-full counter");
+    check(eth_arl_bin_full_fwd_get(&forwarding), "read bin-full forwarding");
+    return record({{"bin_full_count", "bin-full count"}, {"bin_full_forwarding", "bin-full forwarding"}},
+                  {{"bin_full_count", count}, {"bin_full_forwarding", (forwarding & 1) != 0}});
+}
+
+} // namespace
+
+Family arl_family()
+{
+    const Argument mac{"MAC", "MAC address", mac_address(), true};
+    const Argument in_vlan{"VID", "VLAN, 0 to 4095", vid(), true};
+    const Argument of_port{"--port", "only those of this port", any_port()};
+    const Argument of_vlan{"--vid", "only those of this VLAN", vid()};
+    return {"arl",
+            "The address table: where the switch sends frames",
+            {
+                {"arl show",
+                 "Show the addresses in the table",
+                 {of_port,
+                  of_vlan,
+                  {"--static", "only static addresses", {}},
+                  {"--dynamic", "only dynamic addresses", {}}},
+                 show},
+                {"arl add",
+                 "Add an address, or change it; in a full bucket it replaces a dynamic one",
+                 {mac,
+                  in_vlan,
+                  {"PORTS", "0, 1 or 8; for a multicast address a set such as 0,8", port_set(), true},
+                  {"--static", "the address is never replaced, and stays until it is deleted", {}},
+                  {"--tc", "class, 0 to 7 (default 0)", number(0, 7), false, false, 0}},
+                 add},
+                {"arl del", "Delete an address", {mac, in_vlan}, remove},
+                {"arl find",
+                 "Show where an address is, in one VLAN or in all, and in which bin of its bucket",
+                 {mac, {"VID", "VLAN, 0 to 4095", vid()}},
+                 find},
+                {"arl flush",
+                 "Remove the dynamic addresses, or with --static all of them",
+                 {of_port, of_vlan, {"--static", "static addresses too", {}}},
+                 [](const Arguments &arguments) { return flush(arguments); },
+                 true},
+                {"arl bin-full",
+                 "Show how often a bucket was full, and show or set bin-full forwarding",
+                 {{"STATE", "on or off: bin-full forwarding", on_off()}},
+                 bin_full},
+            }};
+}
+
+} // namespace eswctl

@@ -1,0 +1,39 @@
+// From words to a command with checked arguments, and its execution.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "eswctl/command.h"
+
+namespace eswctl {
+
+struct GlobalOptions {
+    std::string interface = "eth0";
+    bool json = false;
+    bool trace = false;
+    bool dry_run = false;
+};
+
+struct Parsed {
+    const Command *command = nullptr;
+    Arguments arguments;
+    GlobalOptions options;
+    bool yes = false;
+};
+
+// What --help and --version ask for, instead of a command.
+struct Answer {
+    std::string text;
+};
+
+// Throws UsageError, or Answer.
+Parsed parse(const std::vector<std::string> &words);
+
+// Runs a parsed command, after asking where it is destructive. Throws Refused.
+Report execute(const Parsed &parsed);
+
+// Global options, for those who describe the command line: completion and the manual page.
+std::vector<Argument> global_options();
+
+} // namespace eswctl

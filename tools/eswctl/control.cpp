@@ -1,0 +1,120 @@
+// control: the numbered switch-wide settings.
+#include <algorithm>
+
+#include <esw.h>
+#include <fmt/format.h>
+
+#include "eswctl/families.h"
+
+namespace eswctl {
+namespace {
+
+enum Kinds { bit, value, code };
+constexpr const char *kind_names[] = {"bit", "value", "code"};
+
+// Types first to last lie in one register, `step` bits apart.
+struct Run {
+    uint32_t first, last;
+    const char *location; // page:offset
+    int low;              // of the first
+    int step;
+    int bits;
+    Kinds kind;
+};
+constexpr Run runs[] = {
+    {0, 2, "00:08", 2, 1, 1, bit},     {3, 3, "02:00", 1, 0, 1, bit},      {4, 16, "36:00", 13, -1, 1, bit},
+    {18, 18, "36:04", 0, 0, 8, value}, {19, 19, "36:08", 0, 0, 32, value}, {20, 20, "36:0c", 0, 0, 32, value},
+    {21, 25, "02:50", 9, 2, 2, code},  {27, 28, "00:0b", 1, -1, 1, bit},   {29, 29, "02:50", 8, 0, 1, bit},
+};
+
+const Run *run_of(uint64_t type)
+{
+    const Run *found =
+        std::ranges::find_if(runs, [=](const Run &run) { return run.first <= type && type <= run.last; });
+    return found == std::end(runs) ? nullptr : found;
+}
+
+Kind control_type()
+{
+    return {"a number from 0 to 29, but not 17 or 26", [](const std::string &text) -> Json {
+                Json type = number(0, UINT32_MAX).parse(text);
+                return type.is_null() || !run_of(type.get<uint64_t>()) ? Json() : type;
+            }};
+}
+
+Kind accepted_by(const Run &run)
+{
+    if (run.kind == code)
+        return one_of({2, 4, 8});
+    return number(0, (uint64_t{1} << run.bits) - 1);
+}
+
+Json describe_control(uint32_t type)
+{
+    const Run &run = *run_of(type);
+    const int low = run.low + run.step * static_cast<int>(type - run.first);
+    uint32_t read = 0;
+    check(eth_switch_control_get(type, &read), fmt::format("read control {}", type));
+    return {{"type", type},
+            {"register", run.location},
+            {"bits", run.bits == 1 ? fmt::format("{}", low) : fmt::format("{}..{}", low + run.bits - 1, low)},
+            {"kind", kind_names[run.kind]},
+            {"value", read}};
+}
+
+Report controls(const std::vector<uint32_t> &types)
+{
+    Json rows = Json::array();
+    for (const uint32_t type : types)
+        rows.push_back(describe_control(type));
+    return table(
+        "controls",
+        {{"type", "type"}, {"register", "register"}, {"bits", "bits"}, {"kind", "kind"}, {"value", "value"}},
+        std::move(rows));
+}
+
+Report list(const Arguments &)
+{
+    std::vector<uint32_t> types;
+    for (const Run &run : runs) {
+        for (uint32_t type = run.first; type <= run.last; ++type)
+            types.push_back(type);
+    }
+    return controls(types);
+}
+
+Report get(const Arguments &arguments) { return controls(arguments["TYPE"].get<std::vector<uint32_t>>()); }
+
+Report set(const Arguments &arguments)
+{
+    const auto type = arguments["TYPE"].get<uint32_t>();
+    const auto given = arguments["VALUE"].get<uint32_t>();
+    const Kind accepted = accepted_by(*run_of(type));
+    if (accepted.parse(std::to_string(given)).is_null())
+        throw UsageError{
+            fmt::format("VALUE: '{}' is not accepted by control {}; use {}", given, type, accepted.accepted)};
+    check(eth_switch_control_set(type, static_cast<int32_t>(given)), fmt::format("set control {}", type));
+    return controls({type});
+}
+
+} // namespace
+
+Family control_family()
+{
+    const Argument type{"TYPE", "control type: 0 to 29, but not 17 or 26", control_type(), true};
+    Argument types = type;
+    types.repeated = true;
+    return {
+        "control",
+        "Numbered switch-wide settings",
+        {
+            {"control list", "Show all controls", {}, list},
+            {"control get", "Show single controls", {types}, get},
+            {"control set",
+             "Set a control",
+             {type, {"VALUE", "bit: 0 or 1; value: a number; code: 2, 4 or 8", number(0, UINT32_MAX), true}},
+             set},
+        }};
+}
+
+} // namespace eswctl

@@ -1,0 +1,385 @@
+#include "eswctl/driver.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <linux/ethtool.h>
+#include <linux/mii.h>
+#include <linux/sockios.h>
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <esw.h>
+#include <fmt/format.h>
+
+#include "eswctl/command.h"
+#include "sim/model/registers.h"
+
+namespace eswctl {
+namespace {
+
+constexpr unsigned long read_register = SIOCDEVPRIVATE + 1;
+constexpr unsigned long write_register = SIOCDEVPRIVATE + 2;
+constexpr unsigned long read_eee = SIOCDEVPRIVATE + 5;
+constexpr unsigned long write_eee = SIOCDEVPRIVATE + 6;
+
+struct RegisterRequest {
+    uint64_t value;
+    uint8_t width, page, offset, padding[5];
+};
+
+using Address = std::pair<uint8_t, uint8_t>; // page, offset
+
+// A request as the kernel got it, whatever its route.
+struct Request {
+    int descriptor;
+    unsigned long number;
+    void *argument;
+
+    [[nodiscard]] bool is_register() const { return number == read_register || number == write_register; }
+    [[nodiscard]] bool is_mii() const { return number == SIOCGMIIREG || number == SIOCSMIIREG; }
+    [[nodiscard]] bool is_eee() const { return number == read_eee || number == write_eee; }
+    [[nodiscard]] RegisterRequest &registers() const
+    {
+        const bool device = descriptor == gFd && gFd > 0;
+        return *static_cast<RegisterRequest *>(device ? argument : static_cast<ifreq *>(argument)->ifr_data);
+    }
+    [[nodiscard]] mii_ioctl_data &mii() const
+    {
+        return *reinterpret_cast<mii_ioctl_data *>(&static_cast<ifreq *>(argument)->ifr_ifru);
+    }
+    [[nodiscard]] ethtool_eee &eee() const
+    {
+        return *reinterpret_cast<ethtool_eee *>(static_cast<ifreq *>(argument)->ifr_data);
+    }
+    int pass() const
+    {
+        static const auto next =
+            reinterpret_cast<int (*)(int, unsigned long, ...)>(dlsym(RTLD_NEXT, "ioctl"));
+        return next(descriptor, number, argument);
+    }
+};
+
+// A table behind index, data and command registers. Reading an entry changes nothing, but needs its index and
+// its command to reach the switch; whatever of the entry was withheld before is gone then.
+struct Table {
+    Address command;
+    uint64_t start; // bits that start an operation, and read as set until it is done
+    uint64_t read_mask, read_value;
+    uint8_t first_data, last_data; // offsets on the command's page
+};
+constexpr Table tables[] = {
+    {{0x05, 0x00}, 0x80, 0x81, 0x81, 0x10, 0x48}, // ARL
+    {{0x05, 0x50}, 0x80, 0x80, 0x80, 0x60, 0x78}, // ARL search
+    {{0x05, 0x80}, 0x80, 0x83, 0x81, 0x83, 0x83}, // VLAN table
+    {{0x34, 0x40}, 0x05, 0x03, 0x01, 0x44, 0x44}, // egress VLAN translation
+    {{0xA0, 0x00}, 0x01, 0x03, 0x03, 0x10, 0x88}, // CFP rules
+    {{0x00, 0x88}, 0x80, 0x00, 0x01, 0x00, 0x00}, // fast-age flush: nothing to read
+};
+constexpr Address index_registers[] = {{0x05, 0x02}, {0x05, 0x08}, {0x05, 0x81}};
+
+const Table *table_commanded_by(Address address)
+{
+    for (const Table &table : tables) {
+        if (table.command == address)
+            return &table;
+    }
+    return nullptr;
+}
+
+bool is_index(Address address)
+{
+    return std::ranges::find(index_registers, address) != std::end(index_registers);
+}
+
+std::string register_name(Address address)
+{
+    const sim::Located known = sim::locate(address.first, address.second);
+    if (!known.bank)
+        return "unnamed";
+    return known.bank->count == 1 ? known.bank->name : fmt::format("{}-{}", known.bank->name, known.index);
+}
+
+unsigned register_width(Address address)
+{
+    const sim::Bank *bank = sim::locate(address.first, address.second).bank;
+    return bank ? bank->width : 64;
+}
+
+struct Change {
+    std::string what, where, from, to;
+};
+
+struct WithheldFile {
+    const char *path;
+    int copy = -1; // holds the file's contents from its first change on
+};
+
+struct Withheld {
+    std::map<Address, uint64_t> registers;
+    std::map<std::pair<uint16_t, uint16_t>, uint16_t> phy_registers;
+    std::vector<Change> changes;
+    WithheldFile files[3] = {
+        {"/dev/shm/vid_list.cfg"}, {"/dev/shm/cfp_last_idx.cfg"}, {"/dev/shm/cfp_rule.cfg"}};
+};
+
+bool tracing = false;
+std::optional<Withheld> withheld;
+
+uint64_t present_value(const Request &request, Address address)
+{
+    if (const auto found = withheld->registers.find(address); found != withheld->registers.end())
+        return found->second;
+    RegisterRequest &wire = request.registers();
+    const RegisterRequest kept = wire;
+    const Request reading{request.descriptor, read_register, request.argument};
+    const uint64_t value = reading.pass() == 0 ? wire.value : ~uint64_t{0};
+    wire = kept;
+    return value;
+}
+
+int pass_read_command(const Request &request, const Table &table)
+{
+    std::erase_if(withheld->registers, [&](const auto &entry) {
+        const auto [page, offset] = entry.first;
+        return page == table.command.first &&
+               (offset == table.command.second || (offset >= table.first_data && offset <= table.last_data));
+    });
+    return request.pass();
+}
+
+int withhold_register(const Request &request)
+{
+    const RegisterRequest &wire = request.registers();
+    const Address address{wire.page, wire.offset};
+    const Table *table = table_commanded_by(address);
+    const bool starts = table && (wire.value & table->start) != 0;
+    if (is_index(address) || (table && !starts))
+        return request.pass();
+    if (starts && (wire.value & table->read_mask) == table->read_value)
+        return pass_read_command(request, *table);
+
+    const unsigned width = register_width(address);
+    const std::string where = fmt::format("{:02x}:{:02x}", wire.page, wire.offset);
+    const uint64_t value = width == 64 ? wire.value : wire.value & ((uint64_t{1} << width) - 1);
+    const uint64_t old = present_value(request, address);
+    if (starts)
+        withheld->changes.push_back({register_name(address), where, "", hex(value, width)});
+    else if (old != value)
+        withheld->changes.push_back({register_name(address), where, hex(old, width), hex(value, width)});
+    withheld->registers[address] = starts ? value & ~table->start : value;
+    return 0;
+}
+
+int serve_register(const Request &request)
+{
+    if (request.number == write_register)
+        return withhold_register(request);
+    RegisterRequest &wire = request.registers();
+    const auto found = withheld->registers.find({wire.page, wire.offset});
+    if (found == withheld->registers.end())
+        return request.pass();
+    wire.value = found->second;
+    return 0;
+}
+
+int serve_mii(const Request &request)
+{
+    mii_ioctl_data &mii = request.mii();
+    const std::pair key(mii.phy_id, mii.reg_num);
+    const auto found = withheld->phy_registers.find(key);
+    if (request.number == SIOCGMIIREG) {
+        if (found == withheld->phy_registers.end())
+            return request.pass();
+        mii.val_out = found->second;
+        return 0;
+    }
+    const uint16_t value = mii.val_in;
+    uint16_t old = 0;
+    if (found != withheld->phy_registers.end()) {
+        old = found->second;
+    } else {
+        const Request reading{request.descriptor, SIOCGMIIREG, request.argument};
+        if (const int result = reading.pass(); result != 0)
+            return result;
+        old = mii.val_out;
+    }
+    if (old != value)
+        withheld->changes.push_back({"phy-register", fmt::format("phy {} reg {}", key.first, key.second),
+                                     hex(old, 16), hex(value, 16)});
+    withheld->phy_registers[key] = value;
+    return 0;
+}
+
+int serve_eee(const Request &request)
+{
+    if (request.number == read_eee)
+        return request.pass();
+    const ethtool_eee &eee = request.eee();
+    withheld->changes.push_back({"eee-enabled", fmt::format("port map {:#x}", eee.reserved[0]), "",
+                                 fmt::format("{}", eee.eee_enabled)});
+    return 0;
+}
+
+int serve(const Request &request)
+{
+    if (!withheld)
+        return request.pass();
+    if (request.is_register())
+        return serve_register(request);
+    return request.is_mii() ? serve_mii(request) : serve_eee(request);
+}
+
+std::string account_of(const Request &request)
+{
+    if (request.is_register()) {
+        const RegisterRequest &wire = request.registers();
+        const bool write = request.number == write_register;
+        return fmt::format("{} {:02x}:{:02x} w{} {} {:#x}  {}", write ? "write" : "read ", wire.page,
+                           wire.offset, wire.width, write ? "<-" : "->", wire.value,
+                           register_name({wire.page, wire.offset}));
+    }
+    if (request.is_mii()) {
+        const mii_ioctl_data &mii = request.mii();
+        const bool write = request.number == SIOCSMIIREG;
+        return fmt::format("{} phy {} reg {} {} {:#x}", write ? "write" : "read ", mii.phy_id, mii.reg_num,
+                           write ? "<-" : "->", write ? mii.val_in : mii.val_out);
+    }
+    const ethtool_eee &eee = request.eee();
+    const bool write = request.number == write_eee;
+    return fmt::format("{} eee port map {:#x} {} enabled {}", write ? "write" : "read ", eee.reserved[0],
+                       write ? "<-" : "->", eee.eee_enabled);
+}
+
+// Through the C library's streams, which this file's open() does not see.
+std::string contents_of(const char *path)
+{
+    std::string text;
+    if (FILE *stream = fopen(path, "r")) {
+        char block[4096];
+        while (const size_t size = fread(block, 1, sizeof block, stream))
+            text.append(block, size);
+        fclose(stream);
+    }
+    return text;
+}
+
+// The library's file, or its copy once something was going to change it.
+std::string place_of(const char *path, int flags)
+{
+    const bool changes = (flags & (O_WRONLY | O_RDWR | O_CREAT | O_TRUNC)) != 0;
+    for (WithheldFile &file : withheld->files) {
+        if (strcmp(file.path, path) != 0)
+            continue;
+        if (file.copy < 0 && (!changes || (access(path, F_OK) != 0 && !(flags & O_CREAT))))
+            return path;
+        if (file.copy < 0) {
+            file.copy = memfd_create("eswctl-dry-run", MFD_CLOEXEC);
+            const std::string original = contents_of(path);
+            if (write(file.copy, original.data(), original.size()) < 0)
+                return path;
+        }
+        return fmt::format("/proc/self/fd/{}", file.copy);
+    }
+    return path;
+}
+
+std::string whole(int descriptor)
+{
+    std::string text(static_cast<size_t>(lseek(descriptor, 0, SEEK_END)), '\0');
+    const ssize_t size = pread(descriptor, text.data(), text.size(), 0);
+    text.resize(size < 0 ? 0 : static_cast<size_t>(size));
+    return text;
+}
+
+// The membership file has a byte for each VID; of the others it is enough to know that they change.
+void note_file(std::vector<Change> &changes, const std::string &path, const std::string &from,
+               const std::string &to)
+{
+    if (path.find("vid_list") == std::string::npos) {
+        if (from != to)
+            changes.push_back(
+                {"file", path, fmt::format("{} bytes", from.size()), fmt::format("{} bytes", to.size())});
+        return;
+    }
+    for (size_t vid = 0; vid < to.size(); ++vid) {
+        const char old = vid < from.size() ? from[vid] : '0';
+        if (old != to[vid])
+            changes.push_back({"vlan", fmt::format("VID {}", vid), old == '0' ? "absent" : "exists",
+                               to[vid] == '0' ? "absent" : "exists"});
+    }
+}
+
+} // namespace
+
+void trace_requests() { tracing = true; }
+
+void withhold_writes() { withheld.emplace(); }
+
+bool withholds_writes() { return withheld.has_value(); }
+
+Report withheld_changes()
+{
+    std::vector<Change> changes = withheld->changes;
+    for (WithheldFile &file : withheld->files) {
+        if (file.copy >= 0)
+            note_file(changes, file.path, contents_of(file.path), whole(file.copy));
+    }
+    Json rows = Json::array();
+    for (const Change &change : changes) {
+        rows.push_back({{"register", change.what},
+                        {"address", change.where},
+                        {"from", change.from.empty() ? Json() : Json(change.from)},
+                        {"to", change.to}});
+    }
+    return table("changes",
+                 {{"register", "register"}, {"address", "address"}, {"from", "from"}, {"to", "to"}},
+                 std::move(rows), "nothing would change");
+}
+
+} // namespace eswctl
+
+extern "C" {
+
+int ioctl(int descriptor, unsigned long number, ...)
+{
+    using namespace eswctl;
+    va_list rest;
+    va_start(rest, number);
+    const Request request{descriptor, number, va_arg(rest, void *)};
+    va_end(rest);
+    if (!request.is_register() && !request.is_mii() && !request.is_eee())
+        return request.pass();
+    const int result = serve(request);
+    if (tracing) {
+        const int kept = errno;
+        fmt::print(stderr, "{}{}\n", account_of(request), result == 0 ? "" : " failed");
+        errno = kept;
+    }
+    return result;
+}
+
+int open(const char *path, int flags, ...)
+{
+    using namespace eswctl;
+    static const auto next = reinterpret_cast<int (*)(const char *, int, ...)>(dlsym(RTLD_NEXT, "open"));
+    va_list rest;
+    va_start(rest, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+    va_end(rest);
+    return next(withheld ? place_of(path, flags).c_str() : path, flags, mode);
+}
+
+} // extern "C"

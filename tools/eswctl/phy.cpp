@@ -1,0 +1,199 @@
+// phy and speed: the clause 22 registers of a port's PHY, and what they make of its link.
+#include <map>
+
+#include <linux/mii.h>
+
+#include <esw.h>
+#include <fmt/format.h>
+
+#include "eswctl/families.h"
+
+namespace eswctl {
+namespace {
+
+constexpr uint32_t aux = 0; // the library does not use it
+constexpr unsigned register_bits = 16;
+
+uint32_t read(uint32_t port, uint32_t reg)
+{
+    uint32_t value = 0;
+    check(eth_port_phy_get(interface_name().c_str(), port, aux, reg, &value),
+          fmt::format("read register {} of the PHY of port {} through {}", reg, port, interface_name()));
+    return value;
+}
+
+Report show_registers(const Arguments &arguments)
+{
+    const auto port = arguments["PORT"].get<uint32_t>();
+    Json rows = Json::array();
+    for (const Json &reg : arguments["REGISTER"])
+        rows.push_back({{"port", port},
+                        {"register", reg},
+                        {"value", hex(read(port, reg.get<uint32_t>()), register_bits)}});
+    return table("registers", {{"port", "port"}, {"register", "register"}, {"value", "value"}},
+                 std::move(rows));
+}
+
+Report write(const Arguments &arguments)
+{
+    const auto port = arguments["PORT"].get<uint32_t>();
+    const auto reg = arguments["REGISTER"].get<uint32_t>();
+    const auto value = arguments["VALUE"].get<uint32_t>();
+    const std::string what = fmt::format("register {} of the PHY of port {}", reg, port);
+    check(eth_port_phy_set(interface_name().c_str(), port, aux, reg, value), "write " + what);
+    return done(what + " written", {{"port", port}, {"register", reg}, {"value", hex(value, register_bits)}});
+}
+
+Report power(const Arguments &arguments)
+{
+    const auto port = arguments["PORT"].get<uint32_t>();
+    const bool on = arguments["STATE"].get<bool>();
+    check(eth_port_phy_enable(interface_name().c_str(), port, aux, on),
+          fmt::format("switch the PHY of port {} {}", port, on ? "on" : "off"));
+    return done(fmt::format("PHY of port {} switched {}", port, on ? "on" : "off"),
+                {{"port", port}, {"power", on}});
+}
+
+Report set_speed(const Arguments &arguments)
+{
+    const auto port = arguments["PORT"].get<uint32_t>();
+    const auto speed = arguments["SPEED"].get<uint32_t>();
+    check(eth_port_speed_set(interface_name().c_str(), port, aux, speed),
+          fmt::format("set the speed of port {}", port));
+    return done(fmt::format("port {} told to link at {} Mb/s", port, speed),
+                {{"port", port}, {"speed", speed}});
+}
+
+// What both ends can offer, and where each has it.
+struct Ability {
+    const char *name;
+    uint32_t own, partner; // registers
+    uint32_t own_bit, partner_bit;
+};
+constexpr Ability abilities[] = {
+    {"10 half", MII_ADVERTISE, MII_LPA, ADVERTISE_10HALF, LPA_10HALF},
+    {"10 full", MII_ADVERTISE, MII_LPA, ADVERTISE_10FULL, LPA_10FULL},
+    {"100 half", MII_ADVERTISE, MII_LPA, ADVERTISE_100HALF, LPA_100HALF},
+    {"100 full", MII_ADVERTISE, MII_LPA, ADVERTISE_100FULL, LPA_100FULL},
+    {"1000 half", MII_CTRL1000, MII_STAT1000, ADVERTISE_1000HALF, LPA_1000HALF},
+    {"1000 full", MII_CTRL1000, MII_STAT1000, ADVERTISE_1000FULL, LPA_1000FULL},
+    {"pause", MII_ADVERTISE, MII_LPA, ADVERTISE_PAUSE_CAP, LPA_PAUSE_CAP},
+    {"asymmetric pause", MII_ADVERTISE, MII_LPA, ADVERTISE_PAUSE_ASYM, LPA_PAUSE_ASYM},
+};
+
+using Words = std::map<uint32_t, uint32_t>;
+
+Json offered(const Words &words, uint32_t Ability::*reg, uint32_t Ability::*bit)
+{
+    Json names = Json::array();
+    for (const Ability &ability : abilities) {
+        if (words.at(ability.*reg) & ability.*bit)
+            names.push_back(ability.name);
+    }
+    return names;
+}
+
+uint32_t selected_speed(uint32_t control)
+{
+    if (control & BMCR_SPEED1000)
+        return 1000;
+    return control & BMCR_SPEED100 ? 100 : 10;
+}
+
+Json decoded(uint32_t port, const Words &words)
+{
+    const uint32_t control = words.at(MII_BMCR);
+    const uint32_t status = words.at(MII_BMSR);
+    return {{"port", port},
+            {"id", hex(words.at(MII_PHYSID1) << register_bits | words.at(MII_PHYSID2), 2 * register_bits)},
+            {"power", (control & BMCR_PDOWN) == 0},
+            {"link", (status & BMSR_LSTATUS) != 0},
+            {"negotiates", (control & BMCR_ANENABLE) != 0},
+            {"negotiated", (status & BMSR_ANEGCOMPLETE) != 0},
+            {"selected_speed", selected_speed(control)},
+            {"selected_duplex", control & BMCR_FULLDPLX ? "full" : "half"},
+            {"advertised", offered(words, &Ability::own, &Ability::own_bit)},
+            {"partner", offered(words, &Ability::partner, &Ability::partner_bit)}};
+}
+
+struct Standard {
+    uint32_t number;
+    const char *name;
+};
+constexpr Standard standard_registers[] = {
+    {MII_BMCR, "control"},
+    {MII_BMSR, "status"},
+    {MII_PHYSID1, "identifier 1"},
+    {MII_PHYSID2, "identifier 2"},
+    {MII_ADVERTISE, "advertisement"},
+    {MII_LPA, "partner abilities"},
+    {MII_CTRL1000, "1000BASE-T control"},
+    {MII_STAT1000, "1000BASE-T status"},
+    {MII_ESTATUS, "extended status"},
+};
+
+Report show(const Arguments &arguments)
+{
+    const auto port = arguments["PORT"].get<uint32_t>();
+    read(port, MII_BMSR); // tells of a link lost in the past: the next read tells how it is
+    Words words;
+    Json rows = Json::array();
+    for (const auto &[number, name] : standard_registers) {
+        words[number] = read(port, number);
+        rows.push_back({{"register", number}, {"name", name}, {"value", hex(words[number], register_bits)}});
+    }
+    Report report = record({{"port", "port"},
+                            {"id", "identifier"},
+                            {"power", "powered"},
+                            {"link", "link"},
+                            {"negotiates", "negotiates"},
+                            {"negotiated", "negotiation done"},
+                            {"selected_speed", "selected speed", "Mb/s"},
+                            {"selected_duplex", "selected duplex"},
+                            {"advertised", "advertised"},
+                            {"partner", "partner offers"}},
+                           decoded(port, words));
+    report.value["registers"] = std::move(rows);
+    report.sections.push_back(
+        {"registers", {{"register", "register"}, {"name", "name"}, {"value", "value"}}});
+    return report;
+}
+
+} // namespace
+
+Family phy_family()
+{
+    const Argument port{"PORT", "port: 0 or 1", phy_port(), true};
+    const Argument reg{"REGISTER", "register number, 0 to 31", number(0, 31), true};
+    Argument registers = reg;
+    registers.repeated = true;
+    return {"phy",
+            "PHYs of ports 0 and 1, through the MII requests of the interface that -i names",
+            {
+                {"phy show", "Show what a PHY is, does and offers", {port}, show},
+                {"phy read", "Read registers", {port, registers}, show_registers},
+                {"phy write",
+                 "Write a register",
+                 {port, reg, {"VALUE", "value, 0 to 0xffff", number(0, 0xFFFF), true}},
+                 write},
+                {"phy power",
+                 "Power a PHY up or down (class B): without power it has no link",
+                 {port, {"STATE", "on or off", on_off(), true}},
+                 power},
+            }};
+}
+
+Family speed_family()
+{
+    return {"speed",
+            "Speed of a port",
+            {
+                {"speed set",
+                 "Make a port's PHY link at a speed (class B); link show tells what came of it",
+                 {{"PORT", "port: 0 or 1", phy_port(), true},
+                  {"SPEED", "10, 100 or 1000 Mb/s", one_of({10, 100, 1000}), true}},
+                 set_speed},
+            }};
+}
+
+} // namespace eswctl

@@ -1,0 +1,205 @@
+// vlan: default tags, modes and egress translation.
+#include <esw.h>
+#include <fmt/format.h>
+
+#include "eswctl/driver.h"
+#include "eswctl/families.h"
+#include "eswctl/output.h"
+
+namespace eswctl {
+namespace {
+
+constexpr uint32_t last_mode = 6;
+constexpr unsigned last_index = 255;
+
+// ---- Default tags
+
+Json default_tag(uint32_t port)
+{
+    uint16_t pvid = 0;
+    uint32_t priority = 0;
+    check(eth_port_untagged_vlan_get(port, &pvid), "read the PVID");
+    check(eth_port_untagged_priority_get(port, &priority), "read the default priority");
+    return {{"port", port}, {"pvid", pvid}, {"priority", priority}};
+}
+
+Report default_tags(const Json &port)
+{
+    Json rows = Json::array();
+    for (const uint32_t each : ports_or_all(port))
+        rows.push_back(default_tag(each));
+    return table("ports", {{"port", "port"}, {"pvid", "PVID"}, {"priority", "priority"}}, std::move(rows));
+}
+
+Report pvid(const Arguments &arguments)
+{
+    const Json &port = arguments["PORT"];
+    if (!arguments["VID"].is_null())
+        check(eth_port_untagged_vlan_set(port.get<uint32_t>(), arguments["VID"].get<uint16_t>()),
+              "set the PVID");
+    return default_tags(port);
+}
+
+Report priority(const Arguments &arguments)
+{
+    const Json &port = arguments["PORT"];
+    if (!arguments["PRIORITY"].is_null())
+        check(eth_port_untagged_priority_set(port.get<uint32_t>(), arguments["PRIORITY"].get<int32_t>()),
+              "set the default priority");
+    return default_tags(port);
+}
+
+// ---- Modes and switches
+
+Report mode(const Arguments &arguments)
+{
+    const Json &given = arguments["MODE"];
+    if (!arguments["STATE"].is_null())
+        check(eth_vlan_mode_set(given.get<uint32_t>(), arguments["STATE"].get<bool>()),
+              fmt::format("switch VLAN mode {}", given.dump()));
+    Json rows = Json::array();
+    for (uint32_t number = 0; number <= last_mode; ++number) {
+        uint32_t enabled = 0;
+        if (!given.is_null() && given != number)
+            continue;
+        check(eth_vlan_mode_get(number, &enabled), "read the VLAN mode");
+        rows.push_back({{"mode", number}, {"enabled", enabled != 0}});
+    }
+    return table("modes", {{"mode", "mode"}, {"enabled", "enabled"}}, std::move(rows));
+}
+
+// A setting that is on or off for the whole switch.
+struct Setting {
+    const char *words;
+    const char *summary;
+    const char *key;
+    const char *title;
+    int32_t (*set)(int32_t);
+    int32_t (*get)(uint32_t *);
+};
+constexpr Setting settings[] = {
+    {"vlan learning", "Show or set the learning mode: 3 is on, 0 is off", "learning_mode", "learning mode",
+     eth_vlan_learning_mode_set, eth_vlan_learning_mode_get},
+    {"vlan drop-miss", "Show or set whether frames of VIDs that the VLAN table does not know are dropped",
+     "drop_miss", "drop on table miss", eth_vlan_drop_vtbl_miss_set, eth_vlan_drop_vtbl_miss_get},
+    {"vlan bypass-crc", "Show or set the CRC bypass", "bypass_crc", "CRC bypass", eth_vlan_bypass_CRC_set,
+     eth_vlan_bypass_CRC_get},
+};
+
+Report change(const Setting &setting, const Arguments &arguments)
+{
+    uint32_t value = 0;
+    if (!arguments["STATE"].is_null())
+        check(setting.set(arguments["STATE"].get<bool>()), fmt::format("set the {}", setting.title));
+    check(setting.get(&value), fmt::format("read the {}", setting.title));
+    const bool is_level = setting.get == eth_vlan_learning_mode_get;
+    return record({{setting.key, setting.title}}, {{setting.key, is_level ? Json(value) : Json(value != 0)}});
+}
+
+// ---- Egress translation
+
+Json translation(uint32_t port, uint8_t index)
+{
+    uint32_t code = 0;
+    uint16_t vid = 0;
+    check(eth_vlan_evt_get(port, index, &code, &vid), "read the translation");
+    return {{"port", port}, {"index", index}, {"vid", vid}, {"code", code}};
+}
+
+Report translations(Json rows)
+{
+    return table("translations", {{"port", "port"}, {"index", "index"}, {"vid", "VID"}, {"code", "code"}},
+                 std::move(rows), "no translations");
+}
+
+Report show_translations(const Arguments &arguments)
+{
+    const Json &index = arguments["INDEX"];
+    if (!index.is_null())
+        return translations({translation(arguments["PORT"].get<uint32_t>(), index.get<uint8_t>())});
+    const auto ports = ports_or_all(arguments["PORT"]);
+    Progress progress("reading translations", ports.size() * (last_index + 1));
+    Json rows = Json::array();
+    size_t seen = 0;
+    for (const uint32_t port : ports) {
+        for (unsigned each = 0; each <= last_index; ++each) {
+            Json row = translation(port, static_cast<uint8_t>(each));
+            if (row["vid"] != 0 || row["code"] != 0)
+                rows.push_back(std::move(row));
+            progress.advance_to(++seen);
+        }
+    }
+    return translations(std::move(rows));
+}
+
+// Read back: a chip without egress translation takes an entry and forgets it.
+Report add_translation(const Arguments &arguments)
+{
+    const auto port = arguments["PORT"].get<uint32_t>();
+    const auto index = arguments["INDEX"].get<uint8_t>();
+    const Json &code = arguments["--code"];
+    const Json &vid = arguments["VID"];
+    check(eth_vlan_evt_add(port, index, code.get<uint8_t>(), vid.get<uint16_t>()), "add the translation");
+    Json row = translation(port, index);
+    if ((row["vid"] != vid || row["code"] != code) && !withholds_writes())
+        throw Refused{"cannot add the translation: the switch did not keep it; not every chip has egress "
+                      "translation"};
+    return translations({std::move(row)});
+}
+
+Report clear_translations(const Arguments &)
+{
+    check(eth_vlan_evt_clear(), "clear the translations");
+    return done("translations cleared", {{"translations", Json::array()}});
+}
+
+} // namespace
+
+std::vector<Command> vlan_setting_commands()
+{
+    const Argument port{"PORT", "port: 0, 1 or 8", any_port()};
+    const Argument state{"STATE", "on or off", on_off()};
+    std::vector<Command> commands = {
+        {"vlan pvid",
+         "Show or set the VID that untagged frames get on a port",
+         {port, {"VID", "0 to 4095", vid()}},
+         pvid},
+        {"vlan priority",
+         "Show or set the priority that untagged frames get on a port",
+         {port, {"PRIORITY", "0 to 7", number(0, 7)}},
+         priority},
+        {"vlan mode",
+         "Show or set the numbered VLAN modes",
+         {{"MODE", "0 to 6", number(0, last_mode)}, state},
+         mode},
+    };
+    for (const Setting &setting : settings)
+        commands.push_back({setting.words, setting.summary, {state}, [&setting](const Arguments &arguments) {
+                                return change(setting, arguments);
+                            }});
+    return commands;
+}
+
+Family translation_family()
+{
+    const Argument port{"PORT", "egress port: 0, 1 or 8", any_port(), true};
+    const Argument index{"INDEX", "0 to 255", number(0, last_index), true};
+    return {"vlan translate",
+            "Egress VLAN translation",
+            {
+                {"vlan translate show",
+                 "Show the entries in use, or a single one",
+                 {{"PORT", port.help, any_port()}, {"INDEX", index.help, number(0, last_index)}},
+                 show_translations},
+                {"vlan translate add",
+                 "Write an entry",
+                 {port,
+                  index,
+                  {"VID", "0 to 4095", vid(), true},
+                  {"--code", "0 to 3 (default 0)", number(0, 3), false, false, 0}},
+                 add_translation},
+                {"vlan translate clear", "Clear the whole translation table", {}, clear_translations, true},
+            }};
+}
+
+} // namespace eswctl
