@@ -33,8 +33,9 @@ void set_eee(Switch &simulated, unsigned port, const ethtool_eee &record)
 bool Driver::fails_now(bool this_kind_fails)
 {
     ++requests_;
-    return requests_ == options_.failing_request || options_.all_requests_fail || this_kind_fails ||
-           (options_.failing_from != 0 && requests_ >= options_.failing_from);
+    const bool from_now_on = options_.failing_from != 0 && requests_ >= options_.failing_from;
+    return requests_ == options_.failing_request || from_now_on || options_.all_requests_fail ||
+           this_kind_fails;
 }
 
 // A failed read has no value.

@@ -11,11 +11,21 @@ namespace {
 constexpr uint32_t last_slot = 63;
 constexpr int32_t automatic = -1;
 
+Kind any_slot()
+{
+    Kind kind = number(0, last_slot);
+    kind.source = "cfp";
+    return kind;
+}
+
 Kind slot_or_auto()
 {
-    return {fmt::format("a slot from 0 to {}, or auto", last_slot), [](const std::string &text) -> Json {
-                return text == "auto" ? Json(automatic) : number(0, last_slot).parse(text);
-            }};
+    return {fmt::format("a slot from 0 to {}, or auto", last_slot),
+            [](const std::string &text) -> Json {
+                return text == "auto" ? Json(automatic) : any_slot().parse(text);
+            },
+            {},
+            "cfp"};
 }
 
 // The words of the rules, field by field: all in a row would be too long for any terminal.
@@ -147,14 +157,14 @@ Report enable(const Arguments &arguments, bool on)
 
 Family cfp_family()
 {
-    const Argument one_slot{"SLOT", "slot, 0 to 63", number(0, last_slot), true};
+    const Argument one_slot{"SLOT", "slot, 0 to 63", any_slot(), true};
     const Argument some_slot{"SLOT", "slot, 0 to 63, or auto for the next free one", slot_or_auto(), true};
-    const Argument maybe_slot{"SLOT", "slot, 0 to 63", number(0, last_slot)};
+    const Argument maybe_slot{"SLOT", "slot, 0 to 63", any_slot()};
     const Argument ports{"PORT", "ports: 0, 1 or 8", any_port(), true, true};
-    const Argument file{"FILE", "JSON file", text("a file name"), true};
+    const Argument file{"FILE", "JSON file", file_name(), true};
     std::vector<Argument> set_arguments = {
         some_slot,
-        {"--from", "JSON file with one rule; options change it", text("a file name")},
+        {"--from", "JSON file with one rule; options change it", file_name()},
         {"--keep", "begin with the rule that the slot holds", {}}};
     std::ranges::move(rule_options(), std::back_inserter(set_arguments));
     return {

@@ -21,6 +21,7 @@ Family bpdu_family();
 Family protect_family();
 Family l2_cache_family();
 Family vlan_family();
+Family translation_family();
 Family rate_family();
 Family priority_family();
 Family qos_family();
@@ -29,7 +30,6 @@ Family mirror_family();
 Family control_family();
 Family cfp_family();
 Family cfp_udf_family();
-
 
 std::vector<Command> vlan_setting_commands(); // the rest of the VLAN family
 
