@@ -97,7 +97,7 @@ std::span<const uint8_t> rams_of(DeviceClass device)
 
 constexpr Register transfer_register(Transfer transfer)
 {
-    return {command.page, transfer.offset, command.width};
+    return {command.page(), transfer.offset, command.width()};
 }
 
 uint32_t &word(eth_cfp_rule_t &rule, Transfer transfer)
