@@ -1,6 +1,7 @@
 // Switch registers, their fields, and the access helpers that every subsystem uses.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 
 namespace esw {
@@ -10,11 +11,14 @@ struct alignas(4) Register {
     uint8_t page;
     uint8_t offset;
     uint8_t width; // bits
+    uint8_t unused = 0;
 
-    // The register `distance` offsets further on: banks hold one register per port, slot or bin.
+    // The register `distance` offsets further on, on the same page: banks hold one register per port, slot or bin.
+    // One addition on the whole: put together byte by byte, it would cost its callers more.
     [[nodiscard]] constexpr Register at(unsigned distance) const
     {
-        return {page, static_cast<uint8_t>(offset + distance), width};
+        static_assert(std::endian::native == std::endian::little);
+        return std::bit_cast<Register>(std::bit_cast<uint32_t>(*this) + (distance << 8));
     }
 };
 
