@@ -1,5 +1,6 @@
 #include "core/register.h"
 
+#include <bit>
 #include <cstdio>
 #include <cstring>
 
@@ -9,6 +10,8 @@
 
 namespace esw {
 namespace {
+
+static_assert(std::endian::native == std::endian::little, "operands and requests are in native order");
 
 enum : uint8_t { width_of_read32 = 32, width_of_all_others = 64 };
 
@@ -26,20 +29,6 @@ template <typename T>
 constexpr T merge(T old, T mask, T value)
 {
     return static_cast<T>((old & ~mask) | (value & mask));
-}
-
-template <typename T>
-T operand(const void *at)
-{
-    T value;
-    memcpy(&value, at, sizeof value);
-    return value;
-}
-
-template <typename T>
-int32_t write_operands(Register reg, const void *mask, const void *value)
-{
-    return write(reg, merge(static_cast<T>(read64(reg)), operand<T>(mask), operand<T>(value)));
 }
 
 } // namespace
@@ -79,8 +68,6 @@ int32_t write64_masked(Register reg, uint64_t mask, uint64_t value)
 
 } // namespace esw
 
-using esw::Register;
-
 uint32_t esw_reg_read32(uint8_t page, uint8_t offset, uint8_t width)
 {
     return esw::read32({page, offset, width});
@@ -118,15 +105,13 @@ int32_t esw_reg_write64_masked(uint8_t page, uint8_t offset, uint8_t width, uint
 
 int32_t esw_reg_write_masked(uint8_t page, uint8_t offset, uint8_t width, const void *mask, const void *value)
 {
-    const Register reg{page, offset, width};
-    switch (width) {
-    case 8:
-        return esw::write_operands<uint8_t>(reg, mask, value);
-    case 16:
-        return esw::write_operands<uint16_t>(reg, mask, value);
-    case 32:
-        return esw::write_operands<uint32_t>(reg, mask, value);
-    default:
-        return esw::write_operands<uint64_t>(reg, mask, value);
-    }
+    const bool narrow = width == 8 || width == 16 || width == 32;
+    const size_t bytes = narrow ? width / 8U : sizeof(uint64_t);
+    uint64_t mask_bits = 0;
+    uint64_t value_bits = 0;
+    memcpy(&mask_bits, mask, bytes); // little-endian: the operand is the low end
+    memcpy(&value_bits, value, bytes);
+    const esw::Register reg{page, offset, width};
+    const uint64_t kept = narrow ? ~(~uint64_t{0} << width) : ~uint64_t{0};
+    return esw::write(reg, esw::merge(esw::read64(reg), mask_bits, value_bits) & kept);
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <numeric>
 
 #include "sim/model/families.h"
 
@@ -28,9 +29,9 @@ static_assert(map.size() <= max_banks);
 // first_on_page[p] .. first_on_page[p + 1] are page p's banks.
 constexpr auto first_on_page = [] {
     std::array<uint8_t, 257> first{};
-    for (unsigned page = 0; page <= 256; ++page)
-        first[page] =
-            static_cast<uint8_t>(std::ranges::count_if(map, [=](const Bank &b) { return b.page < page; }));
+    for (const Bank &b : map)
+        ++first[b.page + 1U];
+    std::partial_sum(first.begin(), first.end(), first.begin());
     return first;
 }();
 

@@ -21,13 +21,13 @@ struct State {
         uint32_t reads; // that still show the bits
         uint32_t bits;
     } busy[max_banks];
-    CfpSlots cfp_slots;
     AddressTable arl;
     Traffic traffic[counting_ports.size()];
     Phy phys[phy_count];
     Eee eee[phy_count];
     uint32_t vlan_table[4096]; // by VID
     uint32_t evt[16][256];     // egress translation, by port and index
+    CfpSlots cfp_slots;
 };
 
 // How the switch behaves towards one process.

@@ -66,7 +66,7 @@ TEST_F(Arl, AnAddTakesOneBinAndADeleteTakesTheSame)
     entry.port = 8;
     entry.tc = 5;
     for (const auto &c : cases) {
-        for (const uint32_t data : {0x1E808, 0x4000}) {
+        for (const uint32_t data : {0x1E808U, 0x4000U}) {
             fill(c.bins);
             Lines expected = Lines{"lock"} + command(0x81) + scan(c.looked_at);
             if (c.taken >= 0)

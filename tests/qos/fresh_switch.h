@@ -65,7 +65,7 @@ protected:
         std::set<std::string> touched;
         std::smatch match;
         for (std::string rest = requests; std::regex_search(rest, match, access); rest = match.suffix()) {
-            const auto number = [&](int group) { return std::stoull(match[group], nullptr, 16); };
+            const auto number = [&](size_t group) { return std::stoull(match[group], nullptr, 16); };
             if (touched.insert(match[1].str() + match[2].str()).second && match[3] == "r")
                 reg(static_cast<uint8_t>(number(1)), static_cast<uint8_t>(number(2))) = number(4);
         }

@@ -2,7 +2,7 @@
 #include "tests/support/board.h"
 
 #include <fstream>
-#include <regex>
+#include <sstream>
 
 #include <esw.h>
 
@@ -31,11 +31,18 @@ protected:
     std::string traffic(const std::function<int64_t()> &call)
     {
         int64_t result = 0;
-        const Lines lines = requests([&] { result = call(); });
+        Lines lines = requests([&] { result = call(); });
+        for (std::string &line : lines) {
+            std::istringstream words(line);
+            std::string access, address, width, arrow, value;
+            if (words >> access >> address >> width >> arrow >> value)
+                line = (access == "read" ? 'r' : 'w') +
+                       width.substr(access == "read" || width != "w64" ? 1 : 3) + ' ' + address + ' ' + value;
+        }
         std::string text = fmt::format("{}: {}", result, fmt::join(lines, ", "));
-        text = std::regex_replace(text, std::regex("read (\\S+) w(32|64) ->"), "r$2 $1");
-        text = std::regex_replace(text, std::regex("write (\\S+) w64 <-"), "w $1");
-        return std::regex_replace(text, std::regex("w 05:81 0xa, w 05:80 0x81, r32 05:80 0x1"), "...");
+        const std::string load = "w 05:81 0xa, w 05:80 0x81, r32 05:80 0x1";
+        const size_t at = text.find(load);
+        return at == std::string::npos ? text : text.replace(at, load.size(), "...");
     }
 
     [[nodiscard]] std::string membership_file() const { return directory() + "/shm/vid_list.cfg"; }

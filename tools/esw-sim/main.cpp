@@ -233,8 +233,7 @@ void describe(CLI::App &app, Arguments &arguments)
            "nth=N: the Nth request of each process fails; from=N: so do all that follow; all: every request "
            "fails; mii, eee: every request to a PHY, or about EEE, fails; stuck=REGISTER: its busy bit never "
            "clears (a name, or PAGE:OFFSET in hexadecimal); socket: no socket can be created; lock: the "
-           "switch "
-           "lock can't be created. May be repeated")
+           "switch lock can't be created. May be repeated")
         ->allow_extra_args(false);
     app.add_option("--link", arguments.links,
                    "0=down, 1=down: pull the cable of the port; 0=up, 1=up: plug it in. It stays so. May be "

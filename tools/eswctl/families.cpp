@@ -20,7 +20,6 @@ const std::vector<Family> &families()
         protect_family(),
         l2_cache_family(),
         vlan_family(),
-        translation_family(),
         rate_family(),
         priority_family(),
         qos_family(),

@@ -33,6 +33,7 @@ Family cfp_udf_family();
 
 std::vector<Command> vlan_setting_commands(); // the rest of the VLAN family
 
+// Commands of a single word that have a file of their own.
 Command batch_command();
 Command completion_command();
 Command manual_command();

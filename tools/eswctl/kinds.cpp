@@ -41,8 +41,7 @@ std::vector<std::string> split(const std::string &list)
 Json ascending(std::vector<uint32_t> numbers)
 {
     std::ranges::sort(numbers);
-    const auto repeated = std::ranges::unique(numbers);
-    numbers.erase(repeated.begin(), repeated.end());
+    numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
     return numbers;
 }
 

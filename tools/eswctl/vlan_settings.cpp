@@ -177,29 +177,22 @@ std::vector<Command> vlan_setting_commands()
         commands.push_back({setting.words, setting.summary, {state}, [&setting](const Arguments &arguments) {
                                 return change(setting, arguments);
                             }});
+    const Argument out{"PORT", "egress port: 0, 1 or 8", any_port()};
+    const Argument index{"INDEX", "0 to 255", number(0, last_index)};
+    const Command translate[] = {
+        {"vlan translate", "Egress VLAN translation", {}, {}},
+        {"vlan translate show", "Show the entries in use, or a single one", {out, index}, show_translations},
+        {"vlan translate add",
+         "Write an entry",
+         {{out.name, out.help, out.kind, true},
+          {index.name, index.help, index.kind, true},
+          {"VID", "0 to 4095", vid(), true},
+          {"--code", "0 to 3 (default 0)", number(0, 3), false, false, 0}},
+         add_translation},
+        {"vlan translate clear", "Clear the whole translation table", {}, clear_translations, true},
+    };
+    commands.insert(commands.end(), std::begin(translate), std::end(translate));
     return commands;
-}
-
-Family translation_family()
-{
-    const Argument port{"PORT", "egress port: 0, 1 or 8", any_port(), true};
-    const Argument index{"INDEX", "0 to 255", number(0, last_index), true};
-    return {"vlan translate",
-            "Egress VLAN translation",
-            {
-                {"vlan translate show",
-                 "Show the entries in use, or a single one",
-                 {{"PORT", port.help, any_port()}, {"INDEX", index.help, number(0, last_index)}},
-                 show_translations},
-                {"vlan translate add",
-                 "Write an entry",
-                 {port,
-                  index,
-                  {"VID", "0 to 4095", vid(), true},
-                  {"--code", "0 to 3 (default 0)", number(0, 3), false, false, 0}},
-                 add_translation},
-                {"vlan translate clear", "Clear the whole translation table", {}, clear_translations, true},
-            }};
 }
 
 } // namespace eswctl
