@@ -13,8 +13,8 @@ struct alignas(4) Register {
     uint8_t width; // bits
     uint8_t unused = 0;
 
-    // The register `distance` offsets further on, on the same page: banks hold one register per port, slot or bin.
-    // One addition on the whole: put together byte by byte, it would cost its callers more.
+    // The register `distance` offsets further on, on the same page: banks hold one register per port, slot or
+    // bin. One addition on the whole: put together byte by byte, it would cost its callers more.
     [[nodiscard]] constexpr Register at(unsigned distance) const
     {
         static_assert(std::endian::native == std::endian::little);
