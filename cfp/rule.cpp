@@ -43,7 +43,7 @@ constexpr uint8_t first_policer = word_of(offsetof(eth_cfp_rule_t, policer));
 constexpr uint8_t first_ext_a = word_of(offsetof(eth_cfp_rule_t, ext_a));
 constexpr uint8_t first_ext_b = word_of(offsetof(eth_cfp_rule_t, ext_b));
 
-// A word of the record and the register, of the command's page, that carries it.
+// A word of the record and the register that carries it: so far behind the command register.
 struct Transfer {
     uint8_t word;
     uint8_t offset;
@@ -95,14 +95,18 @@ std::span<const uint8_t> rams_of(DeviceClass device)
     return std::span(ram_selects).first(device == DeviceClass::b ? 6 : 5);
 }
 
-constexpr Register transfer_register(Transfer transfer)
-{
-    return {command.page(), transfer.offset, command.width()};
-}
+enum class Direction : bool { to_switch, from_switch };
 
-uint32_t &word(eth_cfp_rule_t &rule, Transfer transfer)
+void exchange(DeviceClass device, eth_cfp_rule_t &rule, Direction direction)
 {
-    return reinterpret_cast<uint32_t *>(&rule)[transfer.word];
+    for (const Transfer transfer : transfers_of(device)) {
+        const Register carrier = command.at(transfer.offset);
+        uint32_t &word = reinterpret_cast<uint32_t *>(&rule)[transfer.word];
+        if (direction == Direction::to_switch)
+            write(carrier, word);
+        else
+            word = read32(carrier);
+    }
 }
 
 int32_t ethHw_cfp_access_wait() { return poll(command, start, 0, reads_until_timeout); }
@@ -126,8 +130,7 @@ int32_t fetch(DeviceClass device, uint32_t slot, eth_cfp_rule_t &rule)
 {
     if (run_on_all_rams(device, slot, read_slot) != ETH_E_NONE)
         return ETH_E_TIMEOUT;
-    for (const Transfer transfer : transfers_of(device))
-        word(rule, transfer) = read32(transfer_register(transfer));
+    exchange(device, rule, Direction::from_switch);
     return ETH_E_NONE;
 }
 
@@ -187,8 +190,7 @@ int32_t eth_cfp_rule_set(int32_t index, eth_cfp_rule_t rule)
     if (index < 0)
         return index;
 
-    for (const Transfer transfer : transfers_of(device))
-        write(transfer_register(transfer), word(rule, transfer));
+    exchange(device, rule, Direction::to_switch);
     if (run_on_all_rams(device, static_cast<uint32_t>(index), write_slot) != ETH_E_NONE)
         return ETH_E_TIMEOUT;
     if (device == DeviceClass::b && (rule.policer[0] & rate_mode) != unused_rate_mode)

@@ -81,7 +81,8 @@ void write_contents(const Contents &contents)
     }
     check(eth_cfp_udf_set(contents.udf), "write the UDF selectors");
     for (const uint32_t port : {0U, 1U, 8U})
-        check(eth_cfp_enable_set(port, contents.ports >> port & 1), "switch the port's field processor");
+        check(eth_cfp_enable_set(port, (contents.ports >> port & 1) != 0),
+              "switch the port's field processor");
 }
 
 } // namespace
