@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -40,11 +41,12 @@ Kind text(const std::string &what);
 Kind file_name();
 Kind list_of(size_t count, const Kind &item); // "4,3,2,1"; yields an array
 
-Kind any_port();    // 0, 1 or 8
-Kind phy_port();    // 0 or 1
-Kind port_set();    // "0,8", "all" or "none"; yields an array of ports
-Kind vid();         // 0 to 4095
-Kind vid_list();    // "10-20,30"; yields an array in ascending order
+Kind any_port();                                           // 0, 1 or 8
+Kind phy_port();                                           // 0 or 1
+Kind port_set();                                           // "0,8", "all" or "none"; yields an array of ports
+Kind word_or_ports(const std::vector<std::string> &words); // for "ingress 0,1 egress 1", word by word
+Kind vid();                                                // 0 to 4095
+Kind vid_list();                                           // "10-20,30"; yields an array in ascending order
 Kind mac_address(); // with colons, hyphens or Cisco's dots; yields lower case with colons
 
 // A positional argument ("PORT"), an option with a value ("--width") or, without a kind, a flag ("--yes").
@@ -92,6 +94,11 @@ using Mac = std::array<uint8_t, 6>;
 Mac to_mac(const Json &text);
 std::string from_mac(const uint8_t mac[6]);
 uint32_t to_port_set(const Json &ports);
+
+// The port sets behind each word; those before any word go to `first`, unless it is empty. Throws UsageError
+// with `usage` where ports or a word are missing.
+std::map<std::string, Json> ports_by_word(const Json &given, const std::string &first,
+                                          const std::string &usage);
 Json from_port_set(uint32_t ports);
 
 // The network interface chosen with -i: requests to PHYs name it.

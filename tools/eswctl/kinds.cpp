@@ -3,6 +3,7 @@
 #include <cctype>
 #include <charconv>
 #include <optional>
+#include <utility>
 
 #include <esw.h>
 #include <fmt/format.h>
@@ -184,6 +185,15 @@ Kind file_name()
     return kind;
 }
 
+Kind word_or_ports(const std::vector<std::string> &words)
+{
+    return {enumerate(words) + ", each with ports behind it such as 0,8, or all, or none",
+            [=](const std::string &text) -> Json {
+                return std::ranges::find(words, text) != words.end() ? Json(text) : port_set().parse(text);
+            },
+            words};
+}
+
 Kind vid()
 {
     Kind kind = number(0, last_vid);
@@ -253,6 +263,25 @@ uint32_t to_port_set(const Json &ports)
     for (const Json &port : ports)
         set |= 1U << port.get<unsigned>();
     return set;
+}
+
+std::map<std::string, Json> ports_by_word(const Json &given, const std::string &first,
+                                          const std::string &usage)
+{
+    std::map<std::string, Json> ports;
+    std::string word = first;
+    for (const Json &item : given) {
+        if (item.is_string()) {
+            word = item.get<std::string>();
+        } else {
+            if (word.empty())
+                throw UsageError{usage};
+            ports[std::exchange(word, "")] = item;
+        }
+    }
+    if (!word.empty() && word != first)
+        throw UsageError{usage};
+    return ports;
 }
 
 Json from_port_set(uint32_t ports)

@@ -84,40 +84,15 @@ void set_ports(const Direction &direction, const Json &ports)
         check(direction.set_port(port, (set >> port & 1) != 0), "set the mirrored ports");
 }
 
-// "ingress", "egress" or ports.
-Kind direction_or_ports()
-{
-    return {"ingress or egress, each with ports behind it such as 0,8, or all, or none",
-            [](const std::string &text) -> Json {
-                return find_direction(text) ? Json(text) : port_set().parse(text);
-            },
-            {"ingress", "egress"}};
-}
-
-// In the order of `directions`; null where a direction is not named.
-std::vector<Json> ports_by_direction(const Json &words)
-{
-    std::vector<Json> ports(std::size(directions));
-    for (size_t i = 0; i < words.size(); i += 2) {
-        const Direction *direction = find_direction(words[i]);
-        if (!direction || i + 1 == words.size() || !words[i + 1].is_array())
-            throw UsageError{
-                "DIRECTIONS: use ingress PORTS, egress PORTS or both, as in ingress 0,1 egress 1"};
-        ports[static_cast<size_t>(direction - directions)] = words[i + 1];
-    }
-    return ports;
-}
-
 // Switched on last, when all the rest is in place.
 Report mirror_to(const Arguments &arguments)
 {
-    const Json &words = arguments["DIRECTIONS"];
-    const std::vector<Json> ports = ports_by_direction(words.is_null() ? Json::array() : words);
+    const auto ports =
+        ports_by_word(arguments["DIRECTIONS"], "",
+                      "DIRECTIONS: use ingress PORTS, egress PORTS or both, as in ingress 0,1 egress 1");
     check(eth_mirror_to_set(arguments["PORT"].get<uint32_t>()), "set the capture port");
-    for (size_t i = 0; i < ports.size(); ++i) {
-        if (!ports[i].is_null())
-            set_ports(directions[i], ports[i]);
-    }
+    for (const auto &[direction, set] : ports)
+        set_ports(*find_direction(direction), set);
     check(eth_mirror_mode_set(1), "switch mirroring on");
     return state();
 }
@@ -173,7 +148,7 @@ Family mirror_family()
               {"DIRECTIONS",
                "ingress PORTS, egress PORTS or both: exactly these ports are mirrored; a direction that is "
                "not named stays as it is",
-               direction_or_ports(), false, true}},
+               word_or_ports({"ingress", "egress"}), false, true}},
              mirror_to},
             {"mirror on",
              "Switch mirroring on",

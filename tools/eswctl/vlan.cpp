@@ -146,8 +146,10 @@ Report destroy(const Arguments &arguments)
 
 Report add(const Arguments &arguments)
 {
-    const Json &members = arguments["PORTS"];
-    const Json &untagged = arguments["--untagged"];
+    auto ports = ports_by_word(arguments["PORTS"], "ports",
+                               "PORTS: use member ports, untagged PORTS or both, as in 0,1 untagged 1");
+    const Json members = ports.contains("ports") ? ports["ports"] : Json::array();
+    const Json untagged = ports.contains("untagged") ? ports["untagged"] : arguments["--untagged"];
     return change(
         {arguments["VID"]}, "add ports to", "changed",
         [&](uint16_t vid) { return eth_vlan_port_add(vid, to_port_set(members), to_port_set(untagged)); },
@@ -156,7 +158,8 @@ Report add(const Arguments &arguments)
 
 Report remove(const Arguments &arguments)
 {
-    const Json &ports = arguments["PORTS"];
+    const Json ports =
+        ports_by_word(arguments["PORTS"], "ports", "PORTS: use the ports to remove, as in 0,1")["ports"];
     return change({arguments["VID"]}, "remove ports from", "changed",
                   [&](uint16_t vid) { return eth_vlan_port_remove(vid, to_port_set(ports)); },
                   {{"removed", ports}});
@@ -205,11 +208,15 @@ Family vlan_family()
             {"vlan add",
              "Add ports to VLANs; ports that a VLAN has keep what they have",
              {vids,
-              {"PORTS", "member " + ports, port_set(), true},
-              {"--untagged", "those that send without a tag: " + ports, port_set(), false, false,
+              {"PORTS", "member " + ports + "; behind the word untagged, those that send without a tag",
+               word_or_ports({"ports", "untagged"}), true, true},
+              {"--untagged", "the same as the word untagged: " + ports, port_set(), false, false,
                Json::array()}},
              add},
-            {"vlan remove", "Remove ports from VLANs", {vids, {"PORTS", ports, port_set(), true}}, remove},
+            {"vlan remove",
+             "Remove ports from VLANs",
+             {vids, {"PORTS", ports, word_or_ports({"ports"}), true, true}},
+             remove},
             {"vlan init",
              "Reset everything about VLANs: none is left, and modes, PVIDs and translations are lost",
              {},
