@@ -36,6 +36,8 @@ std::vector<Command> vlan_setting_commands(); // the rest of the VLAN family
 // Commands of a single word that have a file of their own.
 Command batch_command();
 Command completion_command();
+Command save_command();
+Command restore_command();
 Command manual_command();
 
 } // namespace eswctl

@@ -40,6 +40,8 @@ Family general_family()
             {
                 {"info", "Show which switch this is and how it is reached", {}, info},
                 {"reset", "Reset the switch: every setting is lost", {}, reset, true},
+                save_command(),
+                restore_command(),
                 batch_command(),
                 completion_command(),
                 manual_command(),
