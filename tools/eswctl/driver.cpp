@@ -76,8 +76,8 @@ struct Request {
 // its command to reach the switch; whatever of the entry was withheld before is gone then.
 struct Table {
     Address command;
-    uint64_t start; // bits that start an operation, and read as set until it is done
-    uint64_t read_mask, read_value;
+    uint8_t start; // bits that start an operation, and read as set until it is done
+    uint8_t read_mask, read_value;
     uint8_t first_data, last_data; // offsets on the command's page
 };
 constexpr Table tables[] = {

@@ -4,13 +4,13 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 #include <sstream>
 
-#include <time.h>
 #include <unistd.h>
 
 #include <fmt/format.h>
@@ -27,11 +27,6 @@ const Progress *shown_progress = nullptr;
 volatile sig_atomic_t interrupted = 0;
 
 void note_interrupt(int) { interrupted = 1; }
-
-Refused file_failure(const char *what, const std::string &path)
-{
-    return {fmt::format("cannot {} {}: {}", what, path, strerror(errno))};
-}
 
 } // namespace
 
@@ -132,9 +127,9 @@ void write_file(const std::string &path, const std::string &text)
     file.close();
     if (file && rename(scratch.c_str(), path.c_str()) == 0)
         return;
-    const Refused failure = file_failure("write", path);
+    const std::string reason = strerror(errno);
     unlink(scratch.c_str());
-    throw failure;
+    throw Refused{fmt::format("cannot write {}: {}", path, reason)};
 }
 
 std::string read_file(const std::string &path)
@@ -145,7 +140,7 @@ std::string read_file(const std::string &path)
         if (errno == 0)
             file.open(path, std::ios::binary);
         if (errno != 0 || !file)
-            throw file_failure("read", path);
+            throw Refused{fmt::format("cannot read {}: {}", path, strerror(errno))};
     }
     std::istream &stream = path == "-" ? std::cin : file;
     return {std::istreambuf_iterator<char>(stream), {}};
