@@ -61,6 +61,11 @@ int32_t write32_masked(Register reg, uint32_t mask, uint32_t value)
     return write(reg, merge(read32(reg), mask, value));
 }
 
+int32_t write_field(Register reg, Field field, uint32_t value)
+{
+    return write32_masked(reg, static_cast<uint32_t>(field.mask()), value << field.low);
+}
+
 int32_t write64_masked(Register reg, uint64_t mask, uint64_t value)
 {
     return write(reg, merge(read64(reg), mask, value));

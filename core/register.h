@@ -39,7 +39,7 @@ struct Field {
     [[nodiscard]] constexpr uint64_t put(uint64_t value) const { return (value << low) & mask(); }
     [[nodiscard]] constexpr uint32_t get(uint64_t word) const
     {
-        return static_cast<uint32_t>((word & mask()) >> low);
+        return static_cast<uint32_t>(word >> low & ((uint64_t{1} << bits) - 1));
     }
     // The same field `distance` bits further up: one field per port, priority or queue.
     [[nodiscard]] constexpr Field up(unsigned distance) const
@@ -57,10 +57,6 @@ int32_t clear_bits(Register reg, uint64_t mask);
 int32_t assign_bits(Register reg, uint64_t mask, bool on); // set_bits or clear_bits
 int32_t write32_masked(Register reg, uint32_t mask, uint32_t value);
 int32_t write64_masked(Register reg, uint64_t mask, uint64_t value);
-
-inline int32_t write_field(Register reg, Field field, uint32_t value)
-{
-    return write32_masked(reg, static_cast<uint32_t>(field.mask()), value << field.low);
-}
+int32_t write_field(Register reg, Field field, uint32_t value); // write32_masked
 
 } // namespace esw

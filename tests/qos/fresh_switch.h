@@ -1,9 +1,10 @@
 // Tests of single calls: each begins on a freshly powered-on switch of any ID.
 #pragma once
 
+#include <algorithm>
 #include <map>
-#include <regex>
 #include <set>
+#include <sstream>
 
 #include <esw.h>
 
@@ -59,15 +60,19 @@ protected:
     }
 
     // Each register that is read first.
-    void hold(const std::string &requests)
+    void hold(std::string requests)
     {
-        static const std::regex access("([0-9a-f]{2}):([0-9a-f]{2}) ([rw])..=([0-9a-f]+)");
+        std::ranges::replace(requests, '[', ' ');
+        std::ranges::replace(requests, ']', ' ');
+        std::istringstream words(requests);
         std::set<std::string> touched;
-        std::smatch match;
-        for (std::string rest = requests; std::regex_search(rest, match, access); rest = match.suffix()) {
-            const auto number = [&](size_t group) { return std::stoull(match[group], nullptr, 16); };
-            if (touched.insert(match[1].str() + match[2].str()).second && match[3] == "r")
-                reg(static_cast<uint8_t>(number(1)), static_cast<uint8_t>(number(2))) = number(4);
+        for (std::string word, address; words >> word;) {
+            if (word[2] == ':')
+                address = word;
+            else if (touched.insert(address).second && word[0] == 'r')
+                reg(static_cast<uint8_t>(std::stoul(address, nullptr, 16)),
+                    static_cast<uint8_t>(std::stoul(address.substr(3), nullptr, 16))) =
+                    std::stoull(word.substr(4), nullptr, 16);
         }
     }
 
