@@ -54,10 +54,7 @@ int32_t attempt(const std::string &setting, const std::function<int32_t(const Js
 {
     try {
         return check(set(value), fmt::format("restore {} to {}", setting, value.dump()));
-    } catch (const Json::exception &) {
-        throw Refused{
-            fmt::format("cannot restore {} to {}: not a value of the right kind", setting, value.dump())};
-    } catch (const std::logic_error &) {
+    } catch (const std::exception &) {
         throw Refused{
             fmt::format("cannot restore {} to {}: not a value of the right kind", setting, value.dump())};
     }

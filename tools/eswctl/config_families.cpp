@@ -389,8 +389,6 @@ void describe_class_a(Configuration &configuration)
                            });
                        }});
     configuration.add({{"qos", "scheduler"}, class_a_scheduler, set_class_a_scheduler});
-    configuration.add(
-        value_of<uint32_t>({"qos", "layer"}, eth_cosq_ip_mac_layer_get, eth_cosq_ip_mac_layer_set));
 }
 
 // Eight values of a port, behind a call pair of (port, index, value).
@@ -460,11 +458,12 @@ void describe_qos(Configuration &configuration)
         if (is_class_b())
             describe_class_b(configuration, port);
     }
+    for (const uint32_t port : all_ports)
+        configuration.add(rate_of("egress_rate", port, eth_port_rate_egress_get, eth_port_rate_egress_set));
+    // Behind the egress limiters: switching one of them on ends the packet rate.
     configuration.add({{"qos", "cpu_rate"},
                        [] { return counts_cpu_packets() ? got<int32_t>(eth_rate_get) : Json(0); },
                        [](const Json &value) { return eth_rate_set(value); }});
-    for (const uint32_t port : all_ports)
-        configuration.add(rate_of("egress_rate", port, eth_port_rate_egress_get, eth_port_rate_egress_set));
     configuration.add(
         port_flags({"qos", "priority_remap"}, eth_prio_remap_enable_get, eth_prio_remap_enable_set));
     configuration.add(port_flags({"qos", "cos"}, eth_cosq_enable_get, eth_cosq_enable_set));
