@@ -1,5 +1,5 @@
-/* An application as its author writes it: C99, installed headers, pkg-config. Holds the exported globals by copy
- * relocation when it is linked without PIE. */
+/* An application as its author writes it: C99, installed headers, pkg-config. Holds the exported globals by
+ * copy relocation when it is linked without PIE. */
 #include <stdio.h>
 
 #include <esw.h>
@@ -20,7 +20,8 @@ int main(void)
         return 3;
     /* The library must see what the application stores. */
     gESWID = 0x11140;
-    if (eth_cosq_ip_mac_layer_set(2) != ETH_E_NONE || eth_cosq_ip_mac_layer_get(&mode) != ETH_E_NONE || mode != 2)
+    if (eth_cosq_ip_mac_layer_set(2) != ETH_E_NONE || eth_cosq_ip_mac_layer_get(&mode) != ETH_E_NONE ||
+        mode != 2)
         return 4;
     gFd = -1;
     if (esw_reg_read32(0x02, 0x30, 32) != 0x2404)

@@ -1,6 +1,7 @@
 #include "eswctl/cli.h"
 
 #include <algorithm>
+#include <cctype>
 #include <map>
 #include <numeric>
 #include <sstream>
@@ -94,9 +95,11 @@ size_t distance(const std::string &a, const std::string &b)
     return row[b.size()];
 }
 
-// "; did you mean ...?" when one of the words is near enough.
+// "; did you mean ...?" when one of the words is near enough. Numbers are never near.
 std::string suggestion(const std::string &given, const std::vector<std::string> &words)
 {
+    if (given.empty() || isdigit(static_cast<unsigned char>(given.front())))
+        return "";
     const auto near =
         std::ranges::min_element(words, {}, [&](const std::string &w) { return distance(given, w); });
     if (near == words.end() || distance(given, *near) > std::max<size_t>(1, near->size() / 2))
