@@ -1,25 +1,33 @@
 // Switch registers, their fields, and the access helpers that every subsystem uses.
 #pragma once
 
-#include <bit>
 #include <cstdint>
 
 namespace esw {
 
-// A register of the switch. Aligned so that it travels whole in one machine register.
-struct alignas(4) Register {
-    uint8_t page;
-    uint8_t offset;
-    uint8_t width; // bits
-    uint8_t unused = 0;
+// A register of the switch, in one word: it travels in one machine register, and moving on in a bank is one
+// addition.
+class Register {
+public:
+    constexpr Register() = default;
+    constexpr Register(uint8_t page, uint8_t offset, uint8_t width)
+        : word_(uint32_t{page} << 16 | uint32_t{offset} << 8 | width)
+    {}
 
-    // The register `distance` offsets further on, on the same page: banks hold one register per port, slot or
-    // bin. One addition on the whole: put together byte by byte, it would cost its callers more.
+    [[nodiscard]] constexpr uint8_t page() const { return static_cast<uint8_t>(word_ >> 16); }
+    [[nodiscard]] constexpr uint8_t offset() const { return static_cast<uint8_t>(word_ >> 8); }
+    [[nodiscard]] constexpr uint8_t width() const { return static_cast<uint8_t>(word_); } // bits
+
+    // The register `distance` offsets further on: banks hold one register per port, slot or bin.
     [[nodiscard]] constexpr Register at(unsigned distance) const
     {
-        static_assert(std::endian::native == std::endian::little);
-        return std::bit_cast<Register>(std::bit_cast<uint32_t>(*this) + (distance << 8));
+        Register further = *this;
+        further.word_ += distance << 8;
+        return further;
     }
+
+private:
+    uint32_t word_ = 0;
 };
 
 // Bits low .. low + bits - 1 of a register.
