@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <initializer_list>
 
 #include <esw.h>
 #include <fmt/format.h>
@@ -78,7 +79,12 @@ Setting flag_of(Path path, Get get, Set set)
             [=](const Json &value) { return set(value.get<bool>()); }};
 }
 
-Json null_unless(bool representable, Json value) { return representable ? value : Json(); }
+// Null for a value that the switch may hold, but that can't be set.
+Json only(const Json &value, std::initializer_list<int> settable)
+{
+    const bool found = std::ranges::any_of(settable, [&](int one) { return value == one; });
+    return found ? value : Json();
+}
 
 // ---- ports
 
@@ -101,7 +107,7 @@ Setting stp_state_of(uint32_t port)
     return {{"ports", port_name(port), "stp_state"},
             [=] {
                 const Json state = got<int32_t>([=](int32_t *out) { return eth_stg_stp_get(0, port, out); });
-                return null_unless(state >= 0 && state <= 4, state);
+                return only(state, {0, 1, 2, 3, 4});
             },
             [=](const Json &value) { return eth_stg_stp_set(0, port, value); }};
 }
@@ -112,7 +118,7 @@ Setting frame_max_of(uint32_t port)
             [=] {
                 const Json size =
                     got<int32_t>([=](int32_t *out) { return eth_port_frame_max_get(port, out); });
-                return null_unless(size == 1518 || size == 2000 || size == 9720, size);
+                return only(size, {1518, 2000, 9720});
             },
             [=](const Json &value) { return eth_port_frame_max_set(port, value); }};
 }
@@ -289,8 +295,8 @@ void describe_vlans(Configuration &configuration)
     }
     configuration.add({{"vlan", "learning_mode"},
                        [] {
-                           const Json field = got<uint32_t>(eth_vlan_learning_mode_get);
-                           return null_unless(field == 0 || field == 3, field == 3);
+                           const Json field = only(got<uint32_t>(eth_vlan_learning_mode_get), {0, 3});
+                           return field.is_null() ? field : Json(field == 3);
                        },
                        [](const Json &value) { return eth_vlan_learning_mode_set(value.get<bool>()); }});
     configuration.add(
@@ -362,7 +368,7 @@ Json port_scheduler(uint32_t port)
 {
     Json value = scheduler<8, int32_t>(
         [=](uint32_t *mode, int32_t *weights) { return eth_cosq_port_sched_get(port, mode, weights); }, 0);
-    if (value.is_null() || (value["mode"] != 1 && value["mode"] != 3 && value["mode"] != 7))
+    if (value.is_null() || only(value["mode"], {1, 3, 7}).is_null())
         return nullptr;
     for (Json &weight : value["weights"])
         weight = weight == 0 ? Json(256) : weight;
@@ -494,7 +500,7 @@ void describe_mirroring(Configuration &configuration)
     configuration.add({{"mirror", "to"},
                        [] {
                            const Json port = got<uint32_t>(eth_mirror_to_get);
-                           return null_unless(port == 0 || port == 1 || port == 8, port);
+                           return only(port, {0, 1, 8});
                        },
                        [](const Json &value) { return eth_mirror_to_set(value); }});
     configuration.add(
