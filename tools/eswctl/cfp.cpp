@@ -167,7 +167,7 @@ Family cfp_family()
         {"--from", "JSON file with one rule; options change it", file_name()},
         {"--keep", "begin with the rule that the slot holds", {}}};
     std::ranges::move(rule_options(), std::back_inserter(set_arguments));
-    return {
+    Family family{
         "cfp",
         "Field processor: rules that match frames and act on them",
         {
@@ -196,6 +196,8 @@ Family cfp_family()
              restore_rules,
              true},
         }};
+    std::ranges::move(cfp_udf_commands(), std::back_inserter(family.commands));
+    return family;
 }
 
 } // namespace eswctl

@@ -94,21 +94,20 @@ void change_udfs(eth_cfp_udf_t &udf, const Json &udfs)
     }
 }
 
-Family cfp_udf_family()
+std::vector<Command> cfp_udf_commands()
 {
-    return {"cfp udf",
-            "User-defined fields of the keys",
-            {
-                {"cfp udf show", "Show the selectors", {}, show},
-                {"cfp udf set",
-                 "Set selectors of one field; the others stay",
-                 {{"UDF", "a0 to a2, b0 to b2, c0 to c2 (9 selectors each) or d (12)", choice(names), true},
-                  {"SELECTOR", "selector, 0 to 0xff", number(0, 0xFF), true, true},
-                  {"--at", "position of the first one given", number(0, 11), false, false, 0}},
-                 set},
-                {"cfp udf init", "Set all selectors to the library's default layout", {}, reset, true},
-                {"cfp udf clear", "Set all selectors to 0", {}, clear, true},
-            }};
+    return {
+        {"cfp udf", "User-defined fields of the keys", {}, {}},
+        {"cfp udf show", "Show the selectors", {}, show},
+        {"cfp udf set",
+         "Set selectors of one field; the others stay",
+         {{"UDF", "a0 to a2, b0 to b2, c0 to c2 (9 selectors each) or d (12)", choice(names), true},
+          {"SELECTOR", "selector, 0 to 0xff", number(0, 0xFF), true, true},
+          {"--at", "position of the first one given", number(0, 11), false, false, 0}},
+         set},
+        {"cfp udf init", "Set all selectors to the library's default layout", {}, reset, true},
+        {"cfp udf clear", "Set all selectors to 0", {}, clear, true},
+    };
 }
 
 } // namespace eswctl

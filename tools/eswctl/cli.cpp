@@ -4,7 +4,6 @@
 #include <cctype>
 #include <map>
 #include <numeric>
-#include <sstream>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -53,25 +52,15 @@ void add_command(CLI::App &parent, const std::string &words, const Command &comm
         app->add_flag("--yes")->description("do not ask");
 }
 
-// A noun of two words lies below that of its first.
-CLI::App *find_or_add(CLI::App &app, const Family &family)
-{
-    CLI::App *at = &app;
-    std::istringstream words(family.noun);
-    for (std::string word; words >> word;) {
-        const auto found = at->get_subcommands([&](const CLI::App *sub) { return sub->get_name() == word; });
-        at = found.empty() ? at->add_subcommand(word, family.summary)->fallthrough() : found.front();
-    }
-    return at;
-}
-
 void describe(CLI::App &app, Invocations &invocations)
 {
     for (const Argument &option : global_options())
         add_argument(app, option);
     app.set_version_flag("--version", "eswctl " ESW_VERSION);
     for (const Family &family : families()) {
-        CLI::App *parent = find_or_add(app, family);
+        CLI::App *parent = &app;
+        if (!family.noun.empty())
+            parent = app.add_subcommand(family.noun, family.summary)->fallthrough();
         for (const Command &command : family.commands) {
             const size_t verb = family.noun.empty() ? 0 : family.noun.size() + 1;
             add_command(*parent, command.words.substr(verb), command, invocations);

@@ -74,7 +74,7 @@ struct Command {
 };
 
 struct Family {
-    std::string noun; // empty for commands of a single word; "vlan translate" lies below "vlan"
+    std::string noun; // empty for commands of a single word
     std::string summary;
     std::vector<Command> commands;
 };

@@ -274,7 +274,7 @@ std::string fish()
         text += fish_option("true", option);
     for (const Family &family : families()) {
         if (!family.noun.empty())
-            text += fish_word(split_words(family.noun), family.summary);
+            text += fish_word({family.noun}, family.summary);
         for (const Command &command : family.commands)
             text += fish_command(command);
     }

@@ -27,7 +27,6 @@ const std::vector<Family> &families()
         mirror_family(),
         control_family(),
         cfp_family(),
-        cfp_udf_family(),
     };
     // clang-format on
     return all;

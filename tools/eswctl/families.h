@@ -29,9 +29,10 @@ Family stat_family();
 Family mirror_family();
 Family control_family();
 Family cfp_family();
-Family cfp_udf_family();
 
-std::vector<Command> vlan_setting_commands(); // the rest of the VLAN family
+// The rest of a family whose commands fill more than one file.
+std::vector<Command> vlan_setting_commands();
+std::vector<Command> cfp_udf_commands();
 
 // Commands of a single word that have a file of their own.
 Command batch_command();
