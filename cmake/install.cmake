@@ -2,6 +2,9 @@ include(CMakePackageConfigHelpers)
 
 install(TARGETS esw EXPORT esw_targets)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+if(ESW_TOOLS)
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/schema DESTINATION ${CMAKE_INSTALL_DATADIR}/eswctl)
+endif()
 install(TARGETS esw-sim-preload LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 
 file(RELATIVE_PATH prefix_from_pkgconfig ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
