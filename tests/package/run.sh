@@ -30,6 +30,12 @@ done
 [ -s "$scratch/usr/share/man/man1/eswctl.1" ] && [ -s "$scratch/usr/share/man/man1/esw-sim.1" ] || fail "no manual page"
 bash -n "$scratch/usr/share/bash-completion/completions/eswctl"
 
+# All JSON schemas are there, and are schemas.
+for schema in "$source"/docs/schema/*.json; do
+    python3 -c 'import json, sys, jsonschema; jsonschema.Draft7Validator.check_schema(json.load(open(sys.argv[1])))' \
+        "$scratch/usr/share/eswctl/schema/${schema##*/}" || fail "${schema##*/} is missing, or no schema"
+done
+
 export PKG_CONFIG_SYSROOT_DIR=$scratch PKG_CONFIG_LIBDIR=$libdir/pkgconfig
 warnings="-std=c99 -Wall -Wextra -Wpedantic -Werror"
 sanitizers=$([ "$sanitized" = ON ] && echo "-fsanitize=address,undefined" || true)

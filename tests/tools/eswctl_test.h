@@ -7,25 +7,18 @@
 
 namespace test {
 
-struct CommandLine {
-    const char *line; // what follows "eswctl"
-    int code;
-    const char *out;   // a part of the output; empty: no output at all
-    const char *error; // likewise of standard error
-};
-
 class Eswctl : public testing::Test {
 protected:
     // Runs "eswctl LINE" on the switch, whose launcher gets these options.
-    Finished eswctl(const std::string &line, const std::string &launcher = "");
+    Finished eswctl(const std::string &line, const std::string &launcher = "", const std::string &input = "");
 
     // Any program, launched likewise.
-    Finished launch(const std::string &launcher, const std::vector<std::string> &command);
-
-    // Runs each line in turn, all on one switch.
-    void expect(const std::vector<CommandLine> &lines, const std::string &launcher = "");
+    Finished launch(const std::string &launcher, const std::vector<std::string> &command,
+                    const std::string &input = "");
 
     [[nodiscard]] std::string scratch(const std::string &name) const { return scratch_.path() + '/' + name; }
+
+    std::string board_ = "state"; // boards of other names are other switches
 
 private:
     ScratchDirectory scratch_;

@@ -17,11 +17,13 @@ std::string contents(const std::string &path)
     return text.str();
 }
 
-Finished run(const std::vector<std::string> &words)
+Finished run(const std::vector<std::string> &words, const std::string &input)
 {
     const ScratchDirectory files;
+    const std::string in = files.path() + "/in";
     const std::string out = files.path() + "/out";
     const std::string error = files.path() + "/error";
+    std::ofstream(in) << input;
     std::vector<char *> argv;
     for (const std::string &word : words)
         argv.push_back(const_cast<char *>(word.c_str()));
@@ -29,7 +31,7 @@ Finished run(const std::vector<std::string> &words)
 
     const pid_t child = fork();
     if (child == 0) {
-        dup2(open("/dev/null", O_RDONLY), 0);
+        dup2(open(in.c_str(), O_RDONLY), 0);
         dup2(open(out.c_str(), O_WRONLY | O_CREAT, 0600), 1);
         dup2(open(error.c_str(), O_WRONLY | O_CREAT, 0600), 2);
         execvp(argv[0], argv.data());

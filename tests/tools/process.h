@@ -12,8 +12,8 @@ struct Finished {
     std::string error;
 };
 
-// Without a terminal, and with nothing on standard input.
-Finished run(const std::vector<std::string> &words);
+// Without a terminal.
+Finished run(const std::vector<std::string> &words, const std::string &input = "");
 
 // As a shell would split a line without quotes.
 std::vector<std::string> words_of(const std::string &line);

@@ -1,9 +1,12 @@
 // arl: the address table.
+#include "eswctl/arl.h"
+
 #include <algorithm>
 
 #include <esw.h>
 #include <fmt/format.h>
 
+#include "eswctl/driver.h"
 #include "eswctl/families.h"
 #include "eswctl/output.h"
 
@@ -15,8 +18,11 @@ constexpr uint8_t search_page = 0x05;
 constexpr uint8_t search_offset = 0x50;
 constexpr uint32_t search_runs = 0x80;
 
-const std::vector<Column> columns = {
-    {"vid", "VID"}, {"mac", "MAC address"}, {"ports", "ports"}, {"static", "static"}, {"tc", "class"}};
+const std::vector<Column> columns = {{"vid", "VID"},
+                                     {"mac", "MAC address"},
+                                     {"ports", "ports"},
+                                     {"static", "static"},
+                                     {"traffic_class", "TC"}};
 
 bool is_valid(const eth_l2_addr_t &entry) { return (entry.flags & ETH_L2_VALID) != 0; }
 bool is_static(const eth_l2_addr_t &entry) { return (entry.flags & ETH_L2_STATIC) != 0; }
@@ -28,20 +34,6 @@ eth_l2_addr_t make_entry(const Mac &mac, uint16_t vid)
     eth_l2_addr_t_init(&entry, mac.data(), vid);
     entry.flags = ETH_L2_VALID;
     return entry;
-}
-
-Json ports_of(const eth_l2_addr_t &entry)
-{
-    return is_multicast(entry) ? from_port_set(entry.port) : Json::array({entry.port});
-}
-
-Json row_of(const eth_l2_addr_t &entry)
-{
-    return {{"vid", entry.vid},
-            {"mac", from_mac(entry.mac)},
-            {"ports", ports_of(entry)},
-            {"static", is_static(entry)},
-            {"tc", entry.tc}};
 }
 
 // A failed request reads as all ones: no VLAN and no port has such a number.
@@ -56,13 +48,15 @@ bool take_pair(eth_l2_addr_t (&pair)[2], bool is_first)
         !(is_first && (esw_reg_read32(search_page, search_offset, 8) & search_runs) != 0))
         return false;
     check(result, "search the address table");
+    check_requests();
     if (is_failed_read(pair[0]) || is_failed_read(pair[1]))
         throw Refused{"cannot search the address table: the switch does not answer"};
     return is_valid(pair[0]);
 }
 
-// Every entry, ordered by VLAN and address.
-std::vector<eth_l2_addr_t> walk()
+} // namespace
+
+std::vector<eth_l2_addr_t> walk_addresses()
 {
     Progress progress("addresses read");
     std::vector<eth_l2_addr_t> entries;
@@ -78,6 +72,28 @@ std::vector<eth_l2_addr_t> walk()
     return entries;
 }
 
+Json address_to_json(const eth_l2_addr_t &entry)
+{
+    return {{"vid", entry.vid},
+            {"mac", from_mac(entry.mac)},
+            {"ports", is_multicast(entry) ? from_port_set(entry.port) : Json::array({entry.port})},
+            {"static", is_static(entry)},
+            {"traffic_class", entry.tc}};
+}
+
+eth_l2_addr_t address_from_json(const Json &members)
+{
+    eth_l2_addr_t entry = make_entry(to_mac(members.at("mac")), members.at("vid"));
+    const Json &ports = members.at("ports");
+    entry.port = is_multicast(entry) ? to_port_set(ports) : ports.at(0).get<uint32_t>();
+    entry.tc = members.at("traffic_class");
+    if (members.at("static").get<bool>())
+        entry.flags |= ETH_L2_STATIC;
+    return entry;
+}
+
+namespace {
+
 bool matches(const Json &wanted, const Json &value) { return wanted.is_null() || wanted == value; }
 
 Report show(const Arguments &arguments)
@@ -88,12 +104,13 @@ Report show(const Arguments &arguments)
         throw UsageError{"--static and --dynamic exclude each other; use one of them"};
     const Json &port = arguments["--port"];
     Json rows = Json::array();
-    for (const eth_l2_addr_t &entry : walk()) {
-        const Json ports = ports_of(entry);
+    for (const eth_l2_addr_t &entry : walk_addresses()) {
+        Json row = address_to_json(entry);
+        const Json &ports = row["ports"];
         const bool at_port = port.is_null() || std::ranges::find(ports, port) != ports.end();
         const bool of_kind = is_static(entry) ? !dynamic_only : !static_only;
         if (at_port && of_kind && matches(arguments["--vid"], entry.vid))
-            rows.push_back(row_of(entry));
+            rows.push_back(std::move(row));
     }
     return table("entries", columns, std::move(rows), "no addresses");
 }
@@ -111,14 +128,15 @@ Report find(const Arguments &arguments)
 {
     const Json &mac = arguments["MAC"];
     Json rows = Json::array();
-    for (const eth_l2_addr_t &entry : walk()) {
+    for (const eth_l2_addr_t &entry : walk_addresses()) {
         if (mac != from_mac(entry.mac) || !matches(arguments["VID"], entry.vid))
             continue;
-        rows.push_back(row_of(entry));
+        rows.push_back(address_to_json(entry));
         rows.back()["bin"] = bin_of(entry);
     }
     if (rows.empty())
-        throw Refused{fmt::format("{} is not in the address table", mac.get<std::string>())};
+        throw Refused{fmt::format("{} is not in the address table{}", mac.get<std::string>(),
+                                  arguments["VID"].is_null() ? "" : " in VLAN " + arguments["VID"].dump())};
     std::vector<Column> with_bin = columns;
     with_bin.push_back({"bin", "bin"});
     return table("entries", std::move(with_bin), std::move(rows));
@@ -127,15 +145,16 @@ Report find(const Arguments &arguments)
 Report add(const Arguments &arguments)
 {
     const Json &ports = arguments["PORTS"];
-    eth_l2_addr_t entry = make_entry(to_mac(arguments["MAC"]), arguments["VID"].get<uint16_t>());
-    if (!is_multicast(entry) && ports.size() != 1)
+    if (!is_multicast(make_entry(to_mac(arguments["MAC"]), 0)) && ports.size() != 1)
         throw UsageError{"PORTS: a unicast address is at one port; use 0, 1 or 8"};
-    entry.port = is_multicast(entry) ? to_port_set(ports) : ports[0].get<uint32_t>();
-    entry.tc = arguments["--tc"].get<uint32_t>();
-    if (arguments["--static"].get<bool>())
-        entry.flags |= ETH_L2_STATIC;
-    check(eth_l2_addr_add(&entry), "add the address");
-    return done(fmt::format("{} added to VLAN {}", from_mac(entry.mac), entry.vid), row_of(entry));
+    eth_l2_addr_t entry = address_from_json({{"vid", arguments["VID"]},
+                                             {"mac", arguments["MAC"]},
+                                             {"ports", ports},
+                                             {"static", arguments["--static"]},
+                                             {"traffic_class", arguments["--tc"]}});
+    check(eth_l2_addr_add(&entry), "add the address",
+          {{ETH_E_FULL, "all bins of its bucket hold static addresses"}});
+    return done(fmt::format("{} added to VLAN {}", from_mac(entry.mac), entry.vid), address_to_json(entry));
 }
 
 // The library would remove another entry of a full bucket in place of one that is not there.
@@ -152,7 +171,7 @@ Report remove(const Arguments &arguments)
 // The switch can't select the learned entries of all ports at once.
 int32_t flush_learned()
 {
-    for (const uint32_t port : ports_or_all(nullptr)) {
+    for (const uint32_t port : all_ports) {
         if (const int32_t result = eth_l2_addr_delete_by_port(0, port, 0); result != ETH_E_NONE)
             return result;
     }
@@ -184,14 +203,19 @@ Report flush(const Arguments &arguments)
 
 Report bin_full(const Arguments &arguments)
 {
-    if (!arguments["STATE"].is_null())
-        check(eth_arl_bin_full_fwd_set(arguments["STATE"].get<bool>()), "switch bin-full forwarding");
+    const Json &state = arguments["STATE"];
+    if (!state.is_null())
+        check(eth_arl_bin_full_fwd_set(state.get<bool>()), "switch bin-full forwarding");
     uint32_t count = 0;
     uint32_t forwarding = 0;
     check(eth_arl_bin_full_counter_get(&count), "read the bin-full counter");
     check(eth_arl_bin_full_fwd_get(&forwarding), "read bin-full forwarding");
-    return record({{"bin_full_count", "bin-full count"}, {"bin_full_forwarding", "bin-full forwarding"}},
-                  {{"bin_full_count", count}, {"bin_full_forwarding", (forwarding & 1) != 0}});
+    Report report =
+        record({{"bin_full_count", "bin-full count"}, {"bin_full_forwarding", "bin-full forwarding"}},
+               {{"bin_full_count", count}, {"bin_full_forwarding", (forwarding & 1) != 0}});
+    return state.is_null()
+               ? report
+               : changed(fmt::format("bin-full forwarding {}", on_or_off(state.get<bool>())), report);
 }
 
 } // namespace
@@ -218,7 +242,7 @@ Family arl_family()
                   in_vlan,
                   {"PORTS", "0, 1 or 8; for a multicast address a set such as 0,8", port_set(), true},
                   {"--static", "the address is never replaced, and stays until it is deleted", {}},
-                  {"--tc", "class, 0 to 7 (default 0)", number(0, 7), false, false, 0}},
+                  {"--tc", "traffic class, 0 to 7 (default 0)", number(0, 7), false, false, 0}},
                  add},
                 {"arl del", "Delete an address", {mac, in_vlan}, remove},
                 {"arl find",

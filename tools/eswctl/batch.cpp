@@ -63,6 +63,11 @@ Report run_line(const Line &line, bool yes)
     Parsed parsed = parse(line.words);
     if (parsed.command->words == "batch")
         throw UsageError{"batch does not nest"};
+    if (parsed.command->goes_on)
+        throw UsageError{"a watch is nothing for a batch"};
+    if (!parsed.options.given.empty())
+        throw UsageError{
+            fmt::format("{} is for the whole batch: it stands before batch", parsed.options.given)};
     parsed.yes = parsed.yes || yes;
     return execute(parsed);
 }

@@ -11,6 +11,8 @@ namespace {
 constexpr uint32_t last_slot = 63;
 constexpr int32_t automatic = -1;
 
+const Meanings rule_file = {{ETH_E_FAIL, "/dev/shm/cfp_rule.cfg cannot be read or written"}};
+
 Kind any_slot()
 {
     Kind kind = number(0, last_slot);
@@ -72,7 +74,8 @@ Report show(const Arguments &arguments)
 
 Report write_rule(int32_t slot, const eth_cfp_rule_t &rule)
 {
-    const int32_t written = check(eth_cfp_rule_set(slot, rule), "write the rule");
+    const int32_t written =
+        check(eth_cfp_rule_set(slot, rule), "write the rule", {{ETH_E_FULL, "all slots are in use"}});
     Json row = {{"slot", written}};
     row.update(rule_to_json(rule));
     return done(fmt::format("rule written to slot {}", written), rule_document({row}));
@@ -87,7 +90,7 @@ Report set(const Arguments &arguments)
         throw UsageError{"--keep needs a slot; use a number from 0 to 63"};
     eth_cfp_rule_t rule = keep ? read_rule(static_cast<uint32_t>(slot)) : fresh_rule();
     if (!arguments["--from"].is_null())
-        change_rule(rule, the_one_rule(arguments["--from"]));
+        change_rule_by_file(rule, arguments["--from"]);
     change_rule(rule, given);
     if (describes_free_slot(rule))
         throw UsageError{"such a rule leaves the slot free; set bit 0 or 1 of the first word of --data"};
@@ -121,7 +124,7 @@ Report park(const Arguments &arguments)
 {
     if (arguments["SLOT"].is_null()) {
         eth_cfp_rule_t parked;
-        check(eth_cfp_rule_load(&parked), "read the rule file");
+        check(eth_cfp_rule_load(&parked), "read the parked rule", rule_file);
         Report report{rule_document(Json::array()), {{"rules", rule_columns(), "no rule is parked"}}};
         if (!describes_free_slot(parked))
             report.value["rules"].push_back(rule_to_json(parked));
@@ -131,14 +134,14 @@ Report park(const Arguments &arguments)
     const eth_cfp_rule_t rule = read_rule(slot);
     if (describes_free_slot(rule))
         throw Refused{fmt::format("slot {} is free", slot)};
-    check(eth_cfp_rule_store(&rule), "write the rule file");
+    check(eth_cfp_rule_store(&rule), "park the rule", rule_file);
     return done(fmt::format("rule of slot {} parked", slot), rule_document({rule_to_json(rule)}));
 }
 
 Report unpark(const Arguments &arguments)
 {
     eth_cfp_rule_t rule;
-    check(eth_cfp_rule_load(&rule), "read the rule file");
+    check(eth_cfp_rule_load(&rule), "read the parked rule", rule_file);
     if (describes_free_slot(rule))
         throw Refused{"no rule is parked"};
     return write_rule(arguments["SLOT"].get<int32_t>(), rule);
@@ -146,11 +149,10 @@ Report unpark(const Arguments &arguments)
 
 Report enable(const Arguments &arguments, bool on)
 {
-    for (const Json &port : arguments["PORT"])
-        check(eth_cfp_enable_set(port.get<uint32_t>(), on), "switch the port's field processor");
-    return done(fmt::format("field processor {} on port {}", on ? "enabled" : "disabled",
-                            fmt::join(arguments["PORT"].get<std::vector<uint32_t>>(), ", ")),
-                {{"ports", arguments["PORT"]}, {"enabled", on}});
+    return set_ports(arguments, fmt::format("CFP {}", on ? "enabled" : "disabled"), [=](uint32_t port) {
+        check(eth_cfp_enable_set(port, on), fmt::format("switch the field processor of port {}", port));
+        return Json{{"enabled", on}};
+    });
 }
 
 } // namespace
@@ -160,7 +162,7 @@ Family cfp_family()
     const Argument one_slot{"SLOT", "slot, 0 to 63", any_slot(), true};
     const Argument some_slot{"SLOT", "slot, 0 to 63, or auto for the next free one", slot_or_auto(), true};
     const Argument maybe_slot{"SLOT", "slot, 0 to 63", any_slot()};
-    const Argument ports{"PORT", "ports: 0, 1 or 8", any_port(), true, true};
+    const Argument ports = ports_to_switch(any_ports());
     const Argument file{"FILE", "JSON file", file_name(), true};
     std::vector<Argument> set_arguments = {
         some_slot,

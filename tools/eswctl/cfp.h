@@ -31,8 +31,7 @@ void change_udfs(eth_cfp_udf_t &udf, const Json &udfs);
 // What `cfp show` prints, and the same from a file.
 Json rule_document(Json rules);
 Json field_processor();
-Json read_rule_document(const std::string &path);
-Json the_one_rule(const std::string &path);
+void change_rule_by_file(eth_cfp_rule_t &rule, const std::string &path); // that holds one rule
 
 Report save_rules(const Arguments &arguments);
 Report restore_rules(const Arguments &arguments);

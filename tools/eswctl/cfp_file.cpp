@@ -6,6 +6,7 @@
 
 #include "eswctl/cfp.h"
 #include "eswctl/output.h"
+#include "eswctl/schema.h"
 
 namespace eswctl {
 namespace {
@@ -14,10 +15,12 @@ constexpr uint32_t slots = 64;
 
 const char *this_class() { return is_class_a() ? "A" : "B"; }
 
+std::string count_rules(size_t count) { return fmt::format("{} rule{}", count, count == 1 ? "" : "s"); }
+
 // A name for what went wrong with a member of a file.
 Refused in_file(const std::string &path, const std::string &reason)
 {
-    return {fmt::format("cannot use {}: {}", path, reason)};
+    return {fmt::format("cannot use {}: {}", name_file(path), reason)};
 }
 
 using Rules = std::map<uint32_t, eth_cfp_rule_t>;
@@ -38,7 +41,7 @@ void add_rule(Rules &rules, const Json &object)
 Json enabled_ports()
 {
     Json ports = Json::array();
-    for (const uint32_t port : {0U, 1U, 8U}) {
+    for (const uint32_t port : all_ports) {
         uint32_t enabled = 0;
         check(eth_cfp_enable_get(port, &enabled), "read the ports' state");
         if (enabled)
@@ -80,7 +83,7 @@ void write_contents(const Contents &contents)
         progress.advance_to(++count);
     }
     check(eth_cfp_udf_set(contents.udf), "write the UDF selectors");
-    for (const uint32_t port : {0U, 1U, 8U})
+    for (const uint32_t port : all_ports)
         check(eth_cfp_enable_set(port, (contents.ports >> port & 1) != 0),
               "switch the port's field processor");
 }
@@ -109,56 +112,67 @@ Json field_processor()
             {"rules", std::move(rules)}};
 }
 
-Json read_rule_document(const std::string &path)
+namespace {
+
+// Hands a file's document over, to be understood before anything is written. What `take` does not find wrong,
+// the schema does.
+void take_document(const std::string &path, const std::string &use,
+                   const std::function<void(const Json &)> &take)
 {
-    Json document;
+    const std::string text = read_file(path);
+    const std::string fault = schema_fault("cfp-rules.schema.json/definitions/" + use, text);
+    const Json document = Json::parse(text, nullptr, false);
     try {
-        document = Json::parse(read_file(path));
-    } catch (const Json::exception &error) {
-        throw in_file(path, error.what());
+        if (!document.is_object())
+            throw Refused{fault};
+        if (const Json other = document.value("class", this_class()); other != this_class())
+            throw Refused{fmt::format("its rules are for class {}, and this switch is of class {}",
+                                      other.dump(), this_class())};
+        take(document);
+    } catch (const Json::exception &) {
+        throw in_file(path, fault);
+    } catch (const Refused &refused) {
+        throw in_file(path, refused.message);
     }
-    if (!document.is_object())
-        throw in_file(path, "it holds no JSON object");
-    if (const Json other = document.value("class", this_class()); other != this_class())
-        throw in_file(path, fmt::format("its rules are for class {}, and this switch is of class {}",
-                                        other.dump(), this_class()));
-    return document;
+    if (!fault.empty())
+        throw in_file(path, fault);
 }
 
-Json the_one_rule(const std::string &path)
+} // namespace
+
+void change_rule_by_file(eth_cfp_rule_t &rule, const std::string &path)
 {
-    const Json document = read_rule_document(path);
-    if (!document.contains("rules"))
-        return document;
-    if (document["rules"].size() != 1)
-        throw in_file(path, fmt::format("it holds {} rules, and one is needed", document["rules"].size()));
-    return document["rules"][0];
+    take_document(path, "from", [&](const Json &document) {
+        if (!document.contains("rules")) {
+            change_rule(rule, document);
+            return;
+        }
+        const Json &rules = document["rules"];
+        if (rules.size() != 1)
+            throw Refused{fmt::format("it holds {} rules, and one is needed", rules.size())};
+        change_rule(rule, rules.at(0));
+    });
 }
 
 Report save_rules(const Arguments &arguments)
 {
     const auto path = arguments["FILE"].get<std::string>();
-    const Json document = field_processor();
-    write_file(path, document.dump(2) + '\n');
+    Json document = field_processor();
     const size_t count = document["rules"].size();
-    return done(fmt::format("{} rules saved in {}", count, path), {{"file", path}, {"rules", count}});
+    return write_document(
+        path, std::move(document),
+        done(fmt::format("{} saved in {}", count_rules(count), path), {{"file", path}, {"rules", count}}));
 }
 
 Report restore_rules(const Arguments &arguments)
 {
     const auto path = arguments["FILE"].get<std::string>();
-    const Json document = read_rule_document(path);
     Contents contents;
-    try {
-        contents = contents_of(document);
-    } catch (const Json::exception &error) {
-        throw in_file(path, error.what());
-    } catch (const Refused &refused) {
-        throw in_file(path, refused.message);
-    }
+    take_document(path, "restore", [&](const Json &document) { contents = contents_of(document); });
     write_contents(contents);
     const size_t count = contents.rules.size();
-    return done(fmt::format("{} rules restored from {}", count, path), {{"file", path}, {"rules", count}});
+    return done(fmt::format("{} restored from {}", count_rules(count), name_file(path)),
+                {{"file", path}, {"rules", count}});
 }
 
 } // namespace eswctl

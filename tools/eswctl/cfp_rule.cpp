@@ -1,9 +1,9 @@
 // A rule's record in JSON, and on the command line.
 #include "eswctl/cfp.h"
+#include "eswctl/notation.h"
 
 #include <algorithm>
 #include <span>
-#include <sstream>
 
 #include <fmt/format.h>
 
@@ -43,28 +43,100 @@ struct Member {
 constexpr Place absent{0, 0, 0};
 
 constexpr Member members[] = {
-    {"data", "--data", "data", "key words, such as 0x3,0,0x0800", Form::words, {0, 0, 8}, {0, 0, 8}},
-    {"mask", "--mask", "mask", "mask words", Form::words, {8, 0, 8}, {8, 0, 8}},
+    {"data", "--data", "data", "up to 8 key words, such as 0x3,0,0x0800", Form::words, {0, 0, 8}, {0, 0, 8}},
+    {"mask", "--mask", "mask", "up to 8 mask words", Form::words, {8, 0, 8}, {8, 0, 8}},
     {"action", nullptr, "action", "", Form::words, {16, 0, 2}, {16, 0, 3}},
     {"policer", nullptr, "policer", "", Form::words, {19, 0, 2}, {19, 0, 7}},
     {"ext_a", nullptr, "ext A", "", Form::words, {26, 0, 2}, absent},
     {"ext_b", nullptr, "ext B", "", Form::words, absent, {28, 0, 3}},
-    {"action1", "--action", "action 1", "forwarding action 1", Form::number, {16, 7, 2}, {16, 24, 2}},
-    {"destination1", "--dst", "dst 1", "destination mask 1", Form::mask, {16, 0, 7}, {16, 14, 10}},
-    {"action2", "--action2", "action 2", "forwarding action 2", Form::number, {16, 23, 2}, {17, 11, 2}},
-    {"destination2", "--dst2", "dst 2", "destination mask 2", Form::mask, {16, 16, 7}, {17, 1, 10}},
-    {"traffic_class", "--tc", "TC", "change the traffic class", Form::number, {17, 10, 3}, {16, 10, 3}},
-    {"chain_id", "--chain", "chain", "chain ID", Form::number, {17, 14, 8}, {17, 20, 8}},
+    {"action1", "--action", "action 1", "forwarding action 1, 0 to 3", Form::number, {16, 7, 2}, {16, 24, 2}},
+    {"destination1",
+     "--dst",
+     "dst 1",
+     "destination mask 1, of 7 bits (class A) or 10 (class B)",
+     Form::mask,
+     {16, 0, 7},
+     {16, 14, 10}},
+    {"action2",
+     "--action2",
+     "action 2",
+     "forwarding action 2, 0 to 3",
+     Form::number,
+     {16, 23, 2},
+     {17, 11, 2}},
+    {"destination2", "--dst2", "dst 2", "destination mask 2, likewise", Form::mask, {16, 16, 7}, {17, 1, 10}},
+    {"traffic_class",
+     "--tc",
+     "TC",
+     "traffic class to change to, 0 to 7",
+     Form::number,
+     {17, 10, 3},
+     {16, 10, 3}},
+    {"chain_id", "--chain", "chain", "chain ID, 0 to 255", Form::number, {17, 14, 8}, {17, 20, 8}},
     {"vlan_bypass", "--vlan-bypass", "bypass", "bypass the VLAN", Form::flag, {17, 0, 1}, {16, 0, 1}},
-    {"rate", "--rate", "rate", "class A: rate", Form::meter, {19, 0, 1}, absent, 1024000},
-    {"burst", "--burst", "burst", "class A: burst", Form::meter, {19, 0, 1}, absent, 16384},
-    {"rate_mode", "--rate-mode", "rate mode", "class B: 3 for no policer", Form::number, absent, {19, 3, 2}},
-    {"color_mode", "--color-mode", "color", "class B: color mode", Form::number, absent, {19, 0, 1}},
-    {"policer_action", "--policer", "policer", "class B: policer action", Form::number, absent, {19, 1, 1}},
-    {"eir", "--eir", "EIR", "class B: excess rate", Form::meter, absent, {20, 0, 1}, 2000000},
-    {"eir_burst", "--eir-burst", "EIR burst", "class B: its burst", Form::meter, absent, {20, 0, 1}, 1023},
-    {"cir", "--cir", "CIR", "class B: committed rate", Form::meter, absent, {23, 0, 1}, 2000000},
-    {"cir_burst", "--cir-burst", "CIR burst", "class B: its burst", Form::meter, absent, {23, 0, 1}, 1023},
+    {"rate",
+     "--rate",
+     "rate",
+     "class A: rate, 0 to 1024000; rounded down",
+     Form::meter,
+     {19, 0, 1},
+     absent,
+     1024000},
+    {"burst",
+     "--burst",
+     "burst",
+     "class A: burst, 0 to 16384; rounded down",
+     Form::meter,
+     {19, 0, 1},
+     absent,
+     16384},
+    {"rate_mode",
+     "--rate-mode",
+     "rate mode",
+     "class B: rate mode, 0 to 3; 3 for no policer",
+     Form::number,
+     absent,
+     {19, 3, 2}},
+    {"color_mode", "--color-mode", "color", "class B: color mode, 0 or 1", Form::number, absent, {19, 0, 1}},
+    {"policer_action",
+     "--policer",
+     "policer",
+     "class B: policer action, 0 or 1",
+     Form::number,
+     absent,
+     {19, 1, 1}},
+    {"eir",
+     "--eir",
+     "EIR",
+     "class B: excess rate, 0 to 2000000; a multiple of 4",
+     Form::meter,
+     absent,
+     {20, 0, 1},
+     2000000},
+    {"eir_burst",
+     "--eir-burst",
+     "EIR burst",
+     "class B: its burst, 0 to 1023",
+     Form::meter,
+     absent,
+     {20, 0, 1},
+     1023},
+    {"cir",
+     "--cir",
+     "CIR",
+     "class B: committed rate, 0 to 2000000; a multiple of 4",
+     Form::meter,
+     absent,
+     {23, 0, 1},
+     2000000},
+    {"cir_burst",
+     "--cir-burst",
+     "CIR burst",
+     "class B: its burst, 0 to 1023",
+     Form::meter,
+     absent,
+     {23, 0, 1},
+     1023},
 };
 
 // Values that one library call sets together.
@@ -181,8 +253,12 @@ uint32_t number_from(const std::string &name, const Json &value, uint32_t larges
 {
     const Kind kind = number(0, largest);
     const Json parsed = kind.parse(value.is_string() ? value.get<std::string>() : value.dump());
+    const std::string fault =
+        fmt::format("{}: {} is not accepted; use {}", name, value.dump(), kind.accepted);
+    if (parsed.is_null() && name.starts_with('-'))
+        throw UsageError{fault};
     if (parsed.is_null())
-        throw Refused{fmt::format("{}: {} is not accepted; use {}", name, value.dump(), kind.accepted)};
+        throw Refused{fault};
     return parsed.get<uint32_t>();
 }
 
@@ -228,16 +304,19 @@ void set_values(eth_cfp_rule_t &rule, const Json &wanted)
 // "0x00000003,0,0x0800"
 Kind word_list()
 {
-    return {"up to 8 words such as 0x3,0,0x0800", [](const std::string &text) -> Json {
+    return {"up to 8 words such as 0x3,0,0x0800",
+            [](const std::string &text) -> Json {
                 Json words = Json::array();
-                std::istringstream stream(text + ',');
-                for (std::string item; std::getline(stream, item, ',');) {
+                for (const std::string &item : split(text)) {
                     words.push_back(number(0, UINT32_MAX).parse(item));
                     if (words.back().is_null())
                         return nullptr;
                 }
                 return words.size() <= 8 ? words : Json();
-            }};
+            },
+            {},
+            "",
+            "N,N,..."};
 }
 
 Kind kind_of(const Member &member)

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cctype>
 #include <map>
-#include <numeric>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "eswctl/driver.h"
 #include "eswctl/families.h"
 #include "eswctl/terminal.h"
 
@@ -30,7 +30,7 @@ const CLI::Option *add_argument(CLI::App &app, const Argument &argument)
     return app.add_option(argument.name)
         ->description(argument.help)
         ->required(argument.required)
-        ->type_name(argument.name.starts_with('-') ? "VALUE" : "")
+        ->type_name(argument.name.starts_with('-') ? argument.kind.name : "")
         ->expected(1, argument.repeated ? CLI::detail::expected_max_vector_size : 1)
         ->allow_extra_args(argument.repeated);
 }
@@ -68,30 +68,37 @@ void describe(CLI::App &app, Invocations &invocations)
     }
 }
 
-// How many letters must change to make one word of the other.
+// How many letters must change, or neighbours swap, to make one word of the other.
 size_t distance(const std::string &a, const std::string &b)
 {
-    std::vector<size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), size_t{0});
-    for (size_t i = 1; i <= a.size(); ++i) {
-        size_t diagonal = std::exchange(row[0], i);
-        for (size_t j = 1; j <= b.size(); ++j) {
-            const size_t substituted = diagonal + (a[i - 1] != b[j - 1]);
-            diagonal = row[j];
-            row[j] = std::min({substituted, row[j] + 1, row[j - 1] + 1});
+    std::vector<std::vector<size_t>> d(a.size() + 1, std::vector<size_t>(b.size() + 1));
+    for (size_t i = 0; i <= a.size(); ++i) {
+        for (size_t j = 0; j <= b.size(); ++j) {
+            if (i == 0 || j == 0) {
+                d[i][j] = i + j;
+                continue;
+            }
+            d[i][j] = std::min({d[i - 1][j - 1] + (a[i - 1] != b[j - 1]), d[i - 1][j] + 1, d[i][j - 1] + 1});
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+                d[i][j] = std::min(d[i][j], d[i - 2][j - 2] + 1);
         }
     }
-    return row[b.size()];
+    return d[a.size()][b.size()];
 }
 
-// "; did you mean ...?" when one of the words is near enough. Numbers are never near.
+// "; did you mean ...?" when one of the words is near enough. Nothing is near numbers and the shortest words.
 std::string suggestion(const std::string &given, const std::vector<std::string> &words)
 {
-    if (given.empty() || isdigit(static_cast<unsigned char>(given.front())))
+    const auto letters = [](const std::string &word) {
+        const size_t first = word.find_first_not_of('-');
+        return first == std::string::npos ? "" : word.substr(first);
+    };
+    const std::string wanted = letters(given);
+    if (wanted.size() < 3 || isdigit(static_cast<unsigned char>(wanted.front())))
         return "";
-    const auto near =
-        std::ranges::min_element(words, {}, [&](const std::string &w) { return distance(given, w); });
-    if (near == words.end() || distance(given, *near) > std::max<size_t>(1, near->size() / 2))
+    const auto away = [&](const std::string &word) { return distance(wanted, letters(word)); };
+    const auto near = std::ranges::min_element(words, {}, away);
+    if (near == words.end() || away(*near) > letters(*near).size() / 2)
         return "";
     return fmt::format("; did you mean {}?", *near);
 }
@@ -156,25 +163,90 @@ std::vector<std::string> commands_of(const CLI::App &app)
     return words;
 }
 
-UsageError no_such_command(CLI::App &app)
+// Those of the command, and those that stand anywhere.
+std::vector<std::string> options_of(const CLI::App &app)
 {
-    const CLI::App &at = reached(app);
-    const auto rest = app.remaining(true);
-    const std::vector<std::string> accepted = commands_of(at);
-    if (rest.empty())
-        return {fmt::format("'{}' needs a command behind it; use one of {}", full_name(at),
-                            fmt::join(accepted, ", "))};
-    if (rest.front().starts_with('-'))
-        return {fmt::format("'{}' is not an option; see {} --help", rest.front(), full_name(at))};
-    return {fmt::format("'{} {}' is not a command; use one of {}{}", full_name(at), rest.front(),
-                        fmt::join(accepted, ", "), suggestion(rest.front(), accepted))};
+    std::vector<std::string> names;
+    for (const CLI::App *level = &app; level; level = level->get_parent()) {
+        for (const CLI::Option *option : level->get_options()) {
+            const std::string &name = option->get_name(); // a positional has its own
+            if (name.starts_with('-') && std::ranges::find(names, name) == names.end())
+                names.push_back(name);
+        }
+    }
+    return names;
 }
 
-UsageError explain(const CLI::ParseError &error, CLI::App &app)
+UsageError no_such_option(const std::string &given, const CLI::App &at)
+{
+    const std::vector<std::string> accepted = options_of(at);
+    return {fmt::format("'{}' is not an option of {}; use one of {}{}", given, full_name(at),
+                        fmt::join(accepted, ", "), suggestion(given, accepted))};
+}
+
+UsageError needs_command(const CLI::App &at)
+{
+    return {fmt::format("'{}' needs a command behind it; use one of {}", full_name(at),
+                        fmt::join(commands_of(at), ", "))};
+}
+
+// Each word down to a command must be one: CLI11 would take a later word for a command, and this for its
+// argument.
+void check_commands(const CLI::App &app, const std::vector<std::string> &words)
+{
+    const CLI::App *at = &app;
+    for (size_t i = 0; i < words.size() && !commands_of(*at).empty(); ++i) {
+        if (words[i] == "-i" || words[i] == "--interface")
+            ++i;
+        else if (!words[i].starts_with('-')) {
+            const auto accepted = commands_of(*at);
+            if (std::ranges::find(accepted, words[i]) == accepted.end())
+                throw UsageError{fmt::format("'{} {}' is not a command; use one of {}{}", full_name(*at),
+                                             words[i], fmt::join(accepted, ", "),
+                                             suggestion(words[i], accepted))};
+            at = at->get_subcommand(words[i]);
+        }
+    }
+}
+
+// The argument of the command, or of all commands, that an error begins with.
+const Argument *find_argument(const std::string &error, const Command *command)
+{
+    static const std::vector<Argument> everywhere = global_options();
+    const auto begins = [&](const Argument &argument) {
+        const size_t comma = argument.name.find(',');
+        return error.starts_with(argument.name.substr(comma == std::string::npos ? 0 : comma + 1));
+    };
+    if (command) {
+        if (const auto found = std::ranges::find_if(command->arguments, begins);
+            found != command->arguments.end())
+            return &*found;
+    }
+    const auto found = std::ranges::find_if(everywhere, begins);
+    return found == everywhere.end() ? nullptr : &*found;
+}
+
+// CLI11 knows what is wrong, but not what is accepted.
+UsageError explain(const CLI::ParseError &error, CLI::App &app, const Invocations &invocations)
 {
     const CLI::App &at = reached(app);
-    if (!commands_of(at).empty())
-        return no_such_command(app);
+    const auto invocation = std::ranges::find(invocations, &at, &Invocation::app);
+    const Command *command = invocation == invocations.end() ? nullptr : invocation->command;
+    const Argument *argument = find_argument(error.what(), command);
+    if (error.get_name() == "RequiredError" && argument)
+        return {fmt::format("{} is missing; use {}", argument->name, argument->kind.accepted)};
+    if (error.get_name() == "ArgumentMismatch" && argument) {
+        const bool once = std::string_view(error.what()).find("At Most") != std::string_view::npos;
+        return {fmt::format("{}{}; use {}", argument->name,
+                            once ? " is there more than once" : " needs a value", argument->kind.accepted)};
+    }
+    if (const auto rest = app.remaining(true); !rest.empty()) {
+        const auto option = std::ranges::find_if(
+            rest, [](const std::string &word) { return word.size() > 1 && word.starts_with('-'); });
+        if (option != rest.end())
+            return no_such_option(*option, at);
+        return {fmt::format("'{}' is one argument too many; see {} --help", rest.back(), full_name(at))};
+    }
     return {fmt::format("{}; see {} --help", error.what(), full_name(at))};
 }
 
@@ -186,6 +258,10 @@ GlobalOptions global(const CLI::App &app)
     options.json = app.count("--json") != 0;
     options.trace = app.count("--trace") != 0;
     options.dry_run = app.count("--dry-run") != 0;
+    for (const char *option : {"--interface", "--json", "--trace", "--dry-run"}) {
+        if (app.count(option) != 0)
+            options.given = option;
+    }
     return options;
 }
 
@@ -198,8 +274,11 @@ bool says_yes(const Invocation &invocation)
 
 std::vector<Argument> global_options()
 {
+    Kind interface = text("an interface name");
+    interface.source = "interface";
+    interface.name = "INTERFACE";
     return {
-        {"-i,--interface", "network interface of the switch (default eth0)", text("an interface name")},
+        {"-i,--interface", "network interface of the switch (default eth0)", interface},
         {"--json", "print JSON", {}},
         {"--trace", "print each driver request on standard error", {}},
         {"--dry-run", "withhold every write, and print what would change", {}},
@@ -211,6 +290,7 @@ Parsed parse(const std::vector<std::string> &words)
     CLI::App app{"Controls a managed Ethernet switch.", "eswctl"};
     Invocations invocations;
     describe(app, invocations);
+    check_commands(app, words);
     try {
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::CallForHelp &) {
@@ -218,13 +298,13 @@ Parsed parse(const std::vector<std::string> &words)
     } catch (const CLI::CallForVersion &version) {
         throw Answer{std::string(version.what()) + '\n'};
     } catch (const CLI::ParseError &error) {
-        throw explain(error, app);
+        throw explain(error, app, invocations);
     }
     for (const Invocation &invocation : invocations) {
         if (*invocation.app)
             return {invocation.command, parse_arguments(invocation), global(app), says_yes(invocation)};
     }
-    throw no_such_command(app);
+    throw needs_command(reached(app));
 }
 
 Report execute(const Parsed &parsed)
@@ -233,7 +313,9 @@ Report execute(const Parsed &parsed)
     if (command.asks && !parsed.yes && !parsed.options.dry_run &&
         !confirm(fmt::format("{}. Go on?", command.summary)))
         throw Refused{"not done"};
-    return command.run(parsed.arguments);
+    Report report = command.run(parsed.arguments);
+    check_requests();
+    return report;
 }
 
 } // namespace eswctl

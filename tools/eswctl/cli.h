@@ -13,6 +13,7 @@ struct GlobalOptions {
     bool json = false;
     bool trace = false;
     bool dry_run = false;
+    std::string given = ""; // one of those that the line has
 };
 
 struct Parsed {

@@ -30,7 +30,8 @@ struct Kind {
     std::string accepted; // completes "use ..."
     std::function<Json(const std::string &)> parse;
     std::vector<std::string> words = {}; // all that it accepts, when that can be listed
-    std::string source = "";             // what completion offers besides: "vlan", "cfp" or "file"
+    std::string source = "";             // what completion offers besides: "vlan", "cfp", "interface", "file"
+    std::string name = "VALUE";          // stands for it in the usage of an option
 };
 
 Kind number(uint64_t first, uint64_t last, const std::string &unit = ""); // hexadecimal with 0x, or decimal
@@ -42,8 +43,9 @@ Kind file_name();
 Kind list_of(size_t count, const Kind &item); // "4,3,2,1"; yields an array
 
 Kind any_port();                                           // 0, 1 or 8
-Kind phy_port();                                           // 0 or 1
-Kind port_set();                                           // "0,8", "all" or "none"; yields an array of ports
+Kind any_ports();                                          // "0,8" or "all"; yields an array of ports
+Kind phy_ports();                                          // the same of 0 and 1
+Kind port_set();                                           // any_ports(), or "none"
 Kind word_or_ports(const std::vector<std::string> &words); // for "ingress 0,1 egress 1", word by word
 Kind vid();                                                // 0 to 4095
 Kind vid_list();                                           // "10-20,30"; yields an array in ascending order
@@ -71,6 +73,7 @@ struct Command {
     std::function<Report(const Arguments &)> run;
     bool asks = false;    // destructive: asks on a terminal unless --yes
     bool offline = false; // needs no switch
+    bool goes_on = false; // until Ctrl-C
 };
 
 struct Family {
@@ -79,12 +82,34 @@ struct Family {
     std::vector<Command> commands;
 };
 
-// Passes a library call's result on, or throws Refused: "cannot WHAT: ETH_E_PORT (...)".
-int32_t check(int32_t result, const std::string &what);
-std::string describe(int32_t result);
+// What a result code of the library means in one command, where that is more than it means everywhere.
+struct Meaning {
+    int32_t code;
+    std::string text;
+};
+using Meanings = std::vector<Meaning>;
 
-// The ports that a command means: the one given, or all of them.
-std::vector<uint32_t> ports_or_all(const Json &port);
+// Passes a library call's result on, or throws Refused: "cannot WHAT: ETH_E_PORT (...)".
+int32_t check(int32_t result, const std::string &what, const Meanings &meanings = {});
+std::string describe(int32_t result, const Meanings &meanings = {});
+
+// Ports as every command takes them: lists such as 0,8, one behind the other or not, or all. Those that are
+// not required are all of them.
+Argument ports_to_show(const Kind &ports);
+Argument ports_required(const Kind &ports); // one list: other arguments follow
+Argument ports_to_switch(const Kind &ports);
+std::vector<uint32_t> ports_in(const Json &given);
+inline const std::vector<uint32_t> all_ports = {0, 1, 8};
+
+std::string name_ports(const std::vector<uint32_t> &ports); // "port 8", "ports 0,8"
+
+// A row a port: what the call returns.
+Report port_table(const Arguments &arguments, std::vector<Column> columns,
+                  const std::function<Json(uint32_t port)> &get);
+
+// Does something to each port. Says what came of it, with a row a port: what the call returns.
+Report set_ports(const Arguments &arguments, const std::string &outcome,
+                 const std::function<Json(uint32_t port)> &set);
 
 // As registers are shown everywhere: "0x02".
 std::string hex(uint64_t value, unsigned bits);
@@ -100,6 +125,9 @@ uint32_t to_port_set(const Json &ports);
 std::map<std::string, Json> ports_by_word(const Json &given, const std::string &first,
                                           const std::string &usage);
 Json from_port_set(uint32_t ports);
+
+// "on" or "off"
+const char *on_or_off(bool on);
 
 // The network interface chosen with -i: requests to PHYs name it.
 const std::string &interface_name();

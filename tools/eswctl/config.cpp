@@ -8,6 +8,7 @@
 
 #include "eswctl/families.h"
 #include "eswctl/output.h"
+#include "eswctl/schema.h"
 
 namespace eswctl {
 namespace {
@@ -68,7 +69,9 @@ void apply_setting(const Setting &setting, const Json &wanted, Changes &changes)
     if (present == wanted)
         return;
     attempt(dotted(setting.path), setting.set, wanted);
-    changes.note(dotted(setting.path), present, wanted);
+    // The switch may round, or not have it at all.
+    if (const Json now = setting.get(); now != present)
+        changes.note(dotted(setting.path), present, now);
 }
 
 Json key_of(const Entries &table, const Json &entry)
@@ -135,23 +138,19 @@ Report save(const Arguments &arguments)
         {"format", format}, {"device_id", fmt::format("{:#x}", gESWID)}, {"class", class_name()}};
     document.update(configuration().read());
     const auto file = arguments["FILE"].get<std::string>();
-    if (file == "-") {
-        Report report{std::move(document)};
-        report.text = as_json(report);
-        return report;
-    }
-    write_file(file, document.dump(2) + '\n');
-    return done(fmt::format("configuration saved to {}", file), {{"file", file}});
+    return write_document(file, std::move(document),
+                          done(fmt::format("configuration saved to {}", file), {{"file", file}}));
 }
 
 Json read_document(const std::string &file)
 {
-    const Json document = Json::parse(read_file(file), nullptr, false);
-    if (!document.is_object() || document.value("format", 0) != format)
-        throw Refused{fmt::format("{} is not a configuration that eswctl save made", file)};
-    if (document.value("class", "") != class_name())
-        throw Refused{fmt::format("{} is of a class {} switch, and this one is of class {}", file,
-                                  document.value("class", "?"), class_name())};
+    const std::string text = read_file(file);
+    if (const std::string fault = schema_fault("configuration.schema.json", text); !fault.empty())
+        throw Refused{fmt::format("{} is not a configuration: {}", name_file(file), fault)};
+    const Json document = Json::parse(text);
+    if (document["class"] != class_name())
+        throw Refused{fmt::format("{} is of a class {} switch, and this one is of class {}", name_file(file),
+                                  document["class"].get<std::string>(), class_name())};
     return document;
 }
 
@@ -162,7 +161,7 @@ Report restore(const Arguments &arguments)
     Report report = table("changes", {{"setting", "setting"}, {"from", "from"}, {"to", "to"}},
                           std::move(changes), "nothing to change");
     if (count != 0)
-        report.sentence = fmt::format("{} changes made", count);
+        report.sentence = fmt::format("{} change{} made", count, count == 1 ? "" : "s");
     return report;
 }
 

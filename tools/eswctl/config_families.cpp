@@ -7,15 +7,21 @@
 #include <esw.h>
 #include <fmt/format.h>
 
+#include "eswctl/arl.h"
 #include "eswctl/config.h"
+#include "eswctl/port.h"
 #include "eswctl/terminal.h"
 
 namespace eswctl {
 namespace {
 
-constexpr uint32_t all_ports[] = {0, 1, 8};
-constexpr uint32_t phy_ports[] = {0, 1};
+constexpr uint32_t ports_with_phy[] = {0, 1};
 constexpr uint32_t cpu_port = 8;
+
+uint32_t from_hex(const Json &text)
+{
+    return static_cast<uint32_t>(std::stoul(text.get<std::string>(), nullptr, 16));
+}
 
 std::string port_name(uint32_t port) { return fmt::format("port{}", port); }
 
@@ -107,9 +113,13 @@ Setting stp_state_of(uint32_t port)
     return {{"ports", port_name(port), "stp_state"},
             [=] {
                 const Json state = got<int32_t>([=](int32_t *out) { return eth_stg_stp_get(0, port, out); });
-                return only(state, {0, 1, 2, 3, 4});
+                const Json known = only(state, {0, 1, 2, 3, 4});
+                return known.is_null() ? known : Json(stp_states.at(known.get<size_t>()));
             },
-            [=](const Json &value) { return eth_stg_stp_set(0, port, value); }};
+            [=](const Json &value) {
+                const auto found = std::ranges::find(stp_states, value.get<std::string>());
+                return eth_stg_stp_set(0, port, static_cast<uint32_t>(found - stp_states.begin()));
+            }};
 }
 
 Setting frame_max_of(uint32_t port)
@@ -127,7 +137,7 @@ Setting frame_max_of(uint32_t port)
 
 void describe_ports(Configuration &configuration)
 {
-    for (const uint32_t port : phy_ports) {
+    for (const uint32_t port : ports_with_phy) {
         configuration.add(mac_bits(port));
         configuration.add(stp_state_of(port));
     }
@@ -143,28 +153,16 @@ namespace {
 Json static_entries()
 {
     Json entries = Json::array();
-    eth_l2_search_start();
-    eth_l2_addr_t found[2] = {};
-    while (eth_l2_search_next(&found[0], &found[1]) == ETH_E_NONE && (found[0].flags & ETH_L2_VALID) != 0) {
-        for (const eth_l2_addr_t &entry : found) {
-            if ((entry.flags & ETH_L2_VALID) != 0 && (entry.flags & ETH_L2_STATIC) != 0)
-                entries.push_back({{"mac", from_mac(entry.mac)},
-                                   {"vid", entry.vid},
-                                   {"port", entry.port},
-                                   {"tc", entry.tc}});
-        }
+    for (const eth_l2_addr_t &entry : walk_addresses()) {
+        if ((entry.flags & ETH_L2_STATIC) != 0)
+            entries.push_back(address_to_json(entry));
     }
-    std::sort(entries.begin(), entries.end());
     return entries;
 }
 
 int32_t put_static_entry(const Json &entry)
 {
-    eth_l2_addr_t record;
-    eth_l2_addr_t_init(&record, to_mac(entry.at("mac")).data(), entry.at("vid"));
-    record.flags = ETH_L2_VALID | ETH_L2_STATIC;
-    record.port = entry.at("port");
-    record.tc = entry.at("tc");
+    eth_l2_addr_t record = address_from_json(entry);
     return eth_l2_addr_add(&record);
 }
 
@@ -184,7 +182,7 @@ int32_t put_cache_entry(const Json &entry)
     eth_l2_cache_addr_t record;
     eth_l2_cache_addr_t_init(&record);
     std::ranges::copy(to_mac(entry.at("mac")), record.mac);
-    record.data = static_cast<uint32_t>(std::stoul(entry.at("data").get<std::string>(), nullptr, 16));
+    record.data = from_hex(entry.at("data"));
     int32_t slot = 0;
     return eth_l2_cache_set(entry.at("slot"), &record, &slot);
 }
@@ -209,8 +207,12 @@ void describe_l2(Configuration &configuration)
                            return Json(from_mac(mac.data()));
                        },
                        [](const Json &value) { return eth_l2_bpdu_set(0, to_mac(value).data()); }});
-    configuration.add(
-        value_of<uint32_t>({"l2", "multicast_control"}, eth_mcast_ctrl_get, eth_mcast_ctrl_set));
+    configuration.add({{"l2", "multicast_control"},
+                       [] {
+                           const Json control = got<uint32_t>(eth_mcast_ctrl_get);
+                           return control.is_null() ? control : Json(hex(control.get<uint32_t>(), 8));
+                       },
+                       [](const Json &value) { return eth_mcast_ctrl_set(from_hex(value)); }});
     configuration.add(
         flag_of<uint32_t>({"l2", "bin_full_forwarding"}, eth_arl_bin_full_fwd_get, eth_arl_bin_full_fwd_set));
 }
@@ -250,11 +252,11 @@ Json translations()
     Json entries = Json::array();
     for (const uint32_t port : all_ports) {
         for (unsigned index = 0; index < 256; ++index) {
-            uint32_t op = 0;
+            uint32_t code = 0;
             uint16_t vid = 0;
-            if (eth_vlan_evt_get(port, static_cast<uint8_t>(index), &op, &vid) == ETH_E_NONE &&
-                (op != 0 || vid != 0))
-                entries.push_back({{"port", port}, {"index", index}, {"op", op}, {"vid", vid}});
+            if (eth_vlan_evt_get(port, static_cast<uint8_t>(index), &code, &vid) == ETH_E_NONE &&
+                (code != 0 || vid != 0))
+                entries.push_back({{"port", port}, {"index", index}, {"vid", vid}, {"code", code}});
         }
     }
     return entries;
@@ -267,12 +269,14 @@ void describe_vlans(Configuration &configuration)
     configuration.add(Entries{{"vlan", "table"}, {"vid"}, vlans, put_vlan, [](const Json &entry) {
                                   return eth_vlan_destroy(entry.at("vid"));
                               }});
-    configuration.add(Entries{
-        {"vlan", "translations"},
-        {"port", "index"},
-        translations,
-        [](const Json &e) { return eth_vlan_evt_add(e.at("port"), e.at("index"), e.at("op"), e.at("vid")); },
-        [](const Json &e) { return eth_vlan_evt_add(e.at("port"), e.at("index"), 0, 0); }});
+    configuration.add(
+        Entries{{"vlan", "translations"},
+                {"port", "index"},
+                translations,
+                [](const Json &e) {
+                    return eth_vlan_evt_add(e.at("port"), e.at("index"), e.at("code"), e.at("vid"));
+                },
+                [](const Json &e) { return eth_vlan_evt_add(e.at("port"), e.at("index"), 0, 0); }});
     for (const uint32_t port : all_ports) {
         configuration.add({{"vlan", port_name(port), "pvid"},
                            [=] {
@@ -293,7 +297,7 @@ void describe_vlans(Configuration &configuration)
              [=] { return got_flag<uint32_t>([=](uint32_t *out) { return eth_vlan_mode_get(mode, out); }); },
              [=](const Json &value) { return eth_vlan_mode_set(mode, value.get<bool>()); }});
     }
-    configuration.add({{"vlan", "learning_mode"},
+    configuration.add({{"vlan", "learning"},
                        [] {
                            const Json field = only(got<uint32_t>(eth_vlan_learning_mode_get), {0, 3});
                            return field.is_null() ? field : Json(field == 3);
@@ -448,7 +452,7 @@ void describe_qos(Configuration &configuration)
 {
     constexpr uint32_t every_port = 0xFFFFFFFF;
     constexpr uint32_t by_dscp = 2;
-    for (const uint32_t port : phy_ports) {
+    for (const uint32_t port : ports_with_phy) {
         configuration.add(
             rate_of("ingress_rate", port, eth_port_rate_ingress_get, eth_port_rate_ingress_set));
         configuration.add(

@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 
 #include "eswctl/command.h"
+#include "eswctl/driver.h"
 #include "eswctl/terminal.h"
 
 namespace eswctl {
@@ -20,26 +21,43 @@ std::string chosen_interface;
 
 constexpr uint32_t nothing_read = 0xFFFFFFFF;
 
+constexpr char simulated[] = "to try it on the simulated switch, use esw-sim eswctl ...";
+
 std::string what_is_missing(const std::string &interface)
 {
     if (access(control_device, R_OK | W_OK) == 0)
-        return fmt::format("the driver behind {} does not answer", control_device);
+        return fmt::format("the driver behind {} does not answer; {}", control_device, simulated);
     if (errno == EACCES)
-        return fmt::format("no permission to open {}", control_device);
-    return fmt::format("there is no {}, and interface {} {}", control_device, interface,
-                       if_nametoindex(interface.c_str()) ? "has no switch driver" : "does not exist");
+        return fmt::format("no permission to open {}; run eswctl as root", control_device);
+    if (if_nametoindex(interface.c_str()) != 0)
+        return fmt::format("there is no {}, and interface {} has no switch driver: load the driver, or name "
+                           "the switch's interface with -i; {}",
+                           control_device, interface, simulated);
+    return fmt::format("there is no {}, and no interface {}: load the driver, or name the switch's interface "
+                       "with -i; {}",
+                       control_device, interface, simulated);
 }
 
 std::string why(const std::string &interface)
 {
     if (gSocket == 0)
-        return "no socket can be created";
+        return "no socket can be created: the system's limits are reached";
     if (gSocket > 0)
         return "the switch lock cannot be created";
     if (gESWID != nothing_read)
         return fmt::format("the switch's device ID {:#x} is not supported", gESWID);
-    return fmt::format("no switch found: {}; to try it on the simulated switch, use esw-sim eswctl ...",
-                       what_is_missing(interface));
+    return "no switch found: " + what_is_missing(interface);
+}
+
+// The library starts even when the driver refuses what it writes then.
+void refuse_half_started()
+{
+    try {
+        check_requests();
+    } catch (const Refused &) {
+        esw_exit();
+        throw;
+    }
 }
 
 } // namespace
@@ -56,8 +74,10 @@ Connection::Connection(const std::string &interface)
     const bool nothing_there = !connected && gSocket < 0 && gESWID == nothing_read;
     if (!nothing_there)
         fmt::print(stderr, "{}", text);
-    if (connected)
+    if (connected) {
+        refuse_half_started();
         return;
+    }
     const std::string reason = why(interface);
     esw_exit();
     throw Refused{reason};

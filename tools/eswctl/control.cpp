@@ -15,16 +15,18 @@ constexpr const char *kind_names[] = {"bit", "value", "code"};
 // Types first to last lie in one register, `step` bits apart.
 struct Run {
     uint32_t first, last;
-    const char *location; // page:offset
-    int low;              // of the first
+    uint8_t page, offset;
+    int low; // of the first
     int step;
     int bits;
     Kinds kind;
 };
 constexpr Run runs[] = {
-    {0, 2, "00:08", 2, 1, 1, bit},     {3, 3, "02:00", 1, 0, 1, bit},      {4, 16, "36:00", 13, -1, 1, bit},
-    {18, 18, "36:04", 0, 0, 8, value}, {19, 19, "36:08", 0, 0, 32, value}, {20, 20, "36:0c", 0, 0, 32, value},
-    {21, 25, "02:50", 9, 2, 2, code},  {27, 28, "00:0b", 1, -1, 1, bit},   {29, 29, "02:50", 8, 0, 1, bit},
+    {0, 2, 0x00, 0x08, 2, 1, 1, bit},      {3, 3, 0x02, 0x00, 1, 0, 1, bit},
+    {4, 16, 0x36, 0x00, 13, -1, 1, bit},   {18, 18, 0x36, 0x04, 0, 0, 8, value},
+    {19, 19, 0x36, 0x08, 0, 0, 32, value}, {20, 20, 0x36, 0x0C, 0, 0, 32, value},
+    {21, 25, 0x02, 0x50, 9, 2, 2, code},   {27, 28, 0x00, 0x0B, 1, -1, 1, bit},
+    {29, 29, 0x02, 0x50, 8, 0, 1, bit},
 };
 
 const Run *run_of(uint64_t type)
@@ -56,7 +58,8 @@ Json describe_control(uint32_t type)
     uint32_t read = 0;
     check(eth_switch_control_get(type, &read), fmt::format("read control {}", type));
     return {{"type", type},
-            {"register", run.location},
+            {"page", hex(run.page, 8)},
+            {"offset", hex(run.offset, 8)},
             {"bits", run.bits == 1 ? fmt::format("{}", low) : fmt::format("{}..{}", low + run.bits - 1, low)},
             {"kind", kind_names[run.kind]},
             {"value", read}};
@@ -67,14 +70,20 @@ Report controls(const std::vector<uint32_t> &types)
     Json rows = Json::array();
     for (const uint32_t type : types)
         rows.push_back(describe_control(type));
-    return table(
-        "controls",
-        {{"type", "type"}, {"register", "register"}, {"bits", "bits"}, {"kind", "kind"}, {"value", "value"}},
-        std::move(rows));
+    return table("controls",
+                 {{"type", "type"},
+                  {"page", "page"},
+                  {"offset", "offset"},
+                  {"bits", "bits"},
+                  {"kind", "kind"},
+                  {"value", "value"}},
+                 std::move(rows));
 }
 
-Report list(const Arguments &)
+Report show(const Arguments &arguments)
 {
+    if (const Json given = arguments.value("TYPE", Json()); !given.is_null())
+        return controls(given.get<std::vector<uint32_t>>());
     std::vector<uint32_t> types;
     for (const Run &run : runs) {
         for (uint32_t type = run.first; type <= run.last; ++type)
@@ -82,8 +91,6 @@ Report list(const Arguments &)
     }
     return controls(types);
 }
-
-Report get(const Arguments &arguments) { return controls(arguments["TYPE"].get<std::vector<uint32_t>>()); }
 
 Report set(const Arguments &arguments)
 {
@@ -94,7 +101,7 @@ Report set(const Arguments &arguments)
         throw UsageError{
             fmt::format("VALUE: '{}' is not accepted by control {}; use {}", given, type, accepted.accepted)};
     check(eth_switch_control_set(type, static_cast<int32_t>(given)), fmt::format("set control {}", type));
-    return controls({type});
+    return changed(fmt::format("control {} set to {}", type, given), controls({type}));
 }
 
 } // namespace
@@ -104,12 +111,15 @@ Family control_family()
     const Argument type{"TYPE", "control type: 0 to 29, but not 17 or 26", control_type(), true};
     Argument types = type;
     types.repeated = true;
+    Argument maybe_types = types;
+    maybe_types.required = false;
     return {
         "control",
         "Numbered switch-wide settings",
         {
-            {"control list", "Show all controls", {}, list},
-            {"control get", "Show single controls", {types}, get},
+            {"control show", "Show controls, or all of them", {maybe_types}, show},
+            {"control list", "Show all controls", {}, show},
+            {"control get", "Show single controls", {types}, show},
             {"control set",
              "Set a control",
              {type, {"VALUE", "bit: 0 or 1; value: a number; code: 2, 4 or 8", number(0, UINT32_MAX), true}},

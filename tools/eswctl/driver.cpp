@@ -8,6 +8,7 @@
 #include <cstring>
 #include <map>
 #include <optional>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -135,6 +136,12 @@ struct Withheld {
         {"/dev/shm/vid_list.cfg"}, {"/dev/shm/cfp_last_idx.cfg"}, {"/dev/shm/cfp_rule.cfg"}};
 };
 
+struct Failure {
+    std::string request;
+    int error;
+};
+std::optional<Failure> failure;
+
 bool tracing = false;
 std::optional<Withheld> withheld;
 
@@ -242,6 +249,17 @@ int serve(const Request &request)
     return request.is_mii() ? serve_mii(request) : serve_eee(request);
 }
 
+std::string name_of(const Request &request)
+{
+    if (request.is_mii())
+        return fmt::format("request for PHY {} register {}", request.mii().phy_id, request.mii().reg_num);
+    if (request.is_eee())
+        return fmt::format("request for EEE of port map {:#x}", request.eee().reserved[0]);
+    const RegisterRequest &wire = request.registers();
+    return fmt::format("{} {:02x}:{:02x} ({})", request.number == write_register ? "write to" : "read of",
+                       wire.page, wire.offset, register_name({wire.page, wire.offset}));
+}
+
 std::string account_of(const Request &request)
 {
     if (request.is_register()) {
@@ -324,6 +342,36 @@ void note_file(std::vector<Change> &changes, const std::string &path, const std:
 
 } // namespace
 
+std::string why_requests_failed()
+{
+    if (!failure)
+        return "";
+    switch (failure->error) {
+    case EPERM:
+    case EACCES:
+        return "no permission; run eswctl as root, or with CAP_NET_ADMIN";
+    case ENODEV:
+        return fmt::format("there is no interface {}; name the switch's with -i", interface_name());
+    case EOPNOTSUPP:
+        return fmt::format("interface {} has no switch behind it; name the switch's with -i",
+                           interface_name());
+    default:
+        return strerror(failure->error);
+    }
+}
+
+void forget_failures() { failure.reset(); }
+
+void check_requests()
+{
+    if (!failure)
+        return;
+    const std::string message =
+        fmt::format("the driver refused a {}: {}", failure->request, why_requests_failed());
+    forget_failures();
+    throw Refused{message};
+}
+
 void trace_requests() { tracing = true; }
 
 void withhold_writes() { withheld.emplace(); }
@@ -363,12 +411,22 @@ int ioctl(int descriptor, unsigned long number, ...)
     if (!request.is_register() && !request.is_mii() && !request.is_eee())
         return request.pass();
     const int result = serve(request);
-    if (tracing) {
-        const int kept = errno;
+    const int kept = errno;
+    if (result != 0)
+        failure = {name_of(request), kept};
+    if (tracing)
         fmt::print(stderr, "{}{}\n", account_of(request), result == 0 ? "" : " failed");
-        errno = kept;
-    }
+    errno = kept;
     return result;
+}
+
+// The library tells of each request that fails. One such message is enough: the command fails, too.
+void perror(const char *text)
+{
+    static std::set<std::string> told;
+    const std::string message = fmt::format("{}: {}\n", text, strerror(errno));
+    if (told.insert(message).second)
+        fmt::print(stderr, "{}", message);
 }
 
 int open(const char *path, int flags, ...)

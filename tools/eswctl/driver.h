@@ -9,6 +9,15 @@ namespace eswctl {
 // Prints a line on standard error for each driver request from now on.
 void trace_requests();
 
+// Why the last request failed that a driver refused, and what to do about it; empty when none did since the
+// last forget_failures().
+std::string why_requests_failed();
+void forget_failures();
+
+// Throws Refused when a request failed since: what a command has read then, or thinks to have written, is not
+// so.
+void check_requests();
+
 // From now on, reads reach the switch, writes don't; later reads see what was withheld. The same holds for
 // the library's files.
 void withhold_writes();

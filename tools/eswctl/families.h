@@ -34,6 +34,8 @@ Family cfp_family();
 std::vector<Command> vlan_setting_commands();
 std::vector<Command> cfp_udf_commands();
 
+Report overview(const Arguments &arguments);
+
 // Commands of a single word that have a file of their own.
 Command batch_command();
 Command completion_command();

@@ -38,6 +38,7 @@ Family general_family()
     return {"",
             "",
             {
+                {"show", "Show the whole switch on one screen", {}, overview},
                 {"info", "Show which switch this is and how it is reached", {}, info},
                 {"reset", "Reset the switch: every setting is lost", {}, reset, true},
                 save_command(),

@@ -9,8 +9,10 @@
 #include <fmt/format.h>
 
 #include "eswctl/command.h"
+#include "eswctl/notation.h"
 
 namespace eswctl {
+
 namespace {
 
 std::optional<uint64_t> parse_number(const std::string &text)
@@ -25,26 +27,6 @@ std::optional<uint64_t> parse_number(const std::string &text)
 
 constexpr uint32_t class_a_device = 0x11140;
 constexpr uint64_t last_vid = 4095;
-
-// At the commas; an empty item is kept, so that its parser refuses it.
-std::vector<std::string> split(const std::string &list)
-{
-    std::vector<std::string> items(1);
-    for (const char c : list) {
-        if (c == ',')
-            items.emplace_back();
-        else
-            items.back() += c;
-    }
-    return items;
-}
-
-Json ascending(std::vector<uint32_t> numbers)
-{
-    std::ranges::sort(numbers);
-    numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
-    return numbers;
-}
 
 // Six pairs of digits behind ':' or '-', or three groups of four behind '.'.
 std::optional<Mac> parse_mac(const std::string &text)
@@ -67,47 +49,29 @@ std::optional<Mac> parse_mac(const std::string &text)
     return mac;
 }
 
-// "a, b or c"
-std::string enumerate(const std::vector<std::string> &words)
+// "8|16|32|64", where that is short.
+std::string name_of(const std::vector<std::string> &words)
 {
-    std::string text;
-    for (size_t i = 0; i < words.size(); ++i) {
-        const char *separator = i == 0 ? "" : i + 1 == words.size() ? " or " : ", ";
-        text += separator + words[i];
-    }
-    return text;
+    const std::string text = fmt::format("{}", fmt::join(words, "|"));
+    return text.size() <= 16 ? text : "WORD";
 }
-
-struct Code {
-    int32_t value;
-    const char *name;
-    const char *meaning;
-};
-constexpr Code codes[] = {
-    {ETH_E_FAIL, "ETH_E_FAIL", "initialisation, transport or file failure"},
-    {ETH_E_PARAM, "ETH_E_PARAM", "an argument is out of its range"},
-    {ETH_E_FULL, "ETH_E_FULL", "no slot is free"},
-    {ETH_E_NOT_FOUND, "ETH_E_NOT_FOUND", "the VLAN does not exist"},
-    {ETH_E_EXISTS, "ETH_E_EXISTS", "the VLAN exists already"},
-    {ETH_E_TIMEOUT, "ETH_E_TIMEOUT", "the switch did not finish in time"},
-    {ETH_E_PHY, "ETH_E_PHY", "a PHY register access failed"},
-    {ETH_E_EMPTY, "ETH_E_EMPTY", "the slot holds no entry"},
-    {ETH_E_RESOURCE, "ETH_E_RESOURCE", "no socket can be created"},
-    {ETH_E_UNAVAIL, "ETH_E_UNAVAIL", "not available on this switch"},
-    {ETH_E_UNSUPPORTED, "ETH_E_UNSUPPORTED", "not supported by this class of switch"},
-    {ETH_E_PORT, "ETH_E_PORT", "not a port that this operation accepts"},
-};
 
 } // namespace
 
 Kind number(uint64_t first, uint64_t last, const std::string &unit)
 {
     const std::string range =
-        last == UINT64_MAX ? "a number" : fmt::format("a number from {} to {}", first, last);
-    return {unit.empty() ? range : range + ' ' + unit, [=](const std::string &text) -> Json {
+        last == UINT64_MAX ? "a number of up to 64 bits" : fmt::format("a number from {} to {}", first, last);
+    std::string name = unit.empty() ? "N" : unit;
+    std::ranges::transform(name, name.begin(), [](unsigned char c) { return std::toupper(c); });
+    return {unit.empty() ? range : range + ' ' + unit,
+            [=](const std::string &text) -> Json {
                 const auto value = parse_number(text);
                 return value && *value >= first && *value <= last ? Json(*value) : Json();
-            }};
+            },
+            {},
+            "",
+            name};
 }
 
 Kind one_of(const std::vector<uint32_t> &numbers)
@@ -120,7 +84,7 @@ Kind one_of(const std::vector<uint32_t> &numbers)
                 const auto value = parse_number(text);
                 return value && std::ranges::find(numbers, *value) != numbers.end() ? Json(*value) : Json();
             },
-            words};
+            words, "", name_of(words)};
 }
 
 Kind choice(const std::vector<std::string> &words)
@@ -129,7 +93,7 @@ Kind choice(const std::vector<std::string> &words)
             [=](const std::string &text) -> Json {
                 return std::ranges::find(words, text) != words.end() ? Json(text) : Json();
             },
-            words};
+            words, "", name_of(words)};
 }
 
 Kind on_off()
@@ -138,7 +102,9 @@ Kind on_off()
             [](const std::string &text) -> Json {
                 return text == "on" || text == "off" ? Json(text == "on") : Json();
             },
-            {"on", "off"}};
+            {"on", "off"},
+            "",
+            "on|off"};
 }
 
 Kind text(const std::string &what)
@@ -157,47 +123,25 @@ Kind list_of(size_t count, const Kind &item)
                         return nullptr;
                 }
                 return values.size() == count ? values : Json();
-            }};
-}
-
-Kind port_set()
-{
-    return {"ports such as 0,8, or all, or none", [](const std::string &text) -> Json {
-                if (text == "none")
-                    return Json::array();
-                if (text == "all")
-                    return {0, 1, 8};
-                std::vector<uint32_t> ports;
-                for (const std::string &item : split(text)) {
-                    const Json port = any_port().parse(item);
-                    if (port.is_null())
-                        return nullptr;
-                    ports.push_back(port.get<uint32_t>());
-                }
-                return ascending(ports);
-            }};
+            },
+            {},
+            "",
+            "N,N,..."};
 }
 
 Kind file_name()
 {
     Kind kind = text("a file name");
     kind.source = "file";
+    kind.name = "FILE";
     return kind;
-}
-
-Kind word_or_ports(const std::vector<std::string> &words)
-{
-    return {enumerate(words) + ", each with ports behind it such as 0,8, or all, or none",
-            [=](const std::string &text) -> Json {
-                return std::ranges::find(words, text) != words.end() ? Json(text) : port_set().parse(text);
-            },
-            words};
 }
 
 Kind vid()
 {
     Kind kind = number(0, last_vid);
     kind.source = "vlan";
+    kind.name = "VID";
     return kind;
 }
 
@@ -223,79 +167,24 @@ Kind vid_list()
 
 Kind mac_address()
 {
-    return {"a MAC address such as 02:00:5e:00:53:01", [](const std::string &text) -> Json {
+    return {"a MAC address such as 02:00:5e:00:53:01",
+            [](const std::string &text) -> Json {
                 const auto mac = parse_mac(text);
                 return mac ? Json(from_mac(mac->data())) : Json();
-            }};
-}
-
-Kind any_port() { return one_of({0, 1, 8}); }
-Kind phy_port() { return one_of({0, 1}); }
-
-std::string describe(int32_t result)
-{
-    const Code *found = std::ranges::find(codes, result, &Code::value);
-    return found == std::end(codes) ? fmt::format("result {}", result)
-                                    : fmt::format("{} ({})", found->name, found->meaning);
-}
-
-int32_t check(int32_t result, const std::string &what)
-{
-    if (result < 0)
-        throw Refused{fmt::format("cannot {}: {}", what, describe(result))};
-    return result;
-}
-
-std::vector<uint32_t> ports_or_all(const Json &port)
-{
-    if (port.is_null())
-        return {0, 1, 8};
-    return {port.get<uint32_t>()};
+            },
+            {},
+            "",
+            "MAC"};
 }
 
 Mac to_mac(const Json &text) { return parse_mac(text.get<std::string>()).value(); }
 
 std::string from_mac(const uint8_t mac[6]) { return fmt::format("{:02x}", fmt::join(mac, mac + 6, ":")); }
 
-uint32_t to_port_set(const Json &ports)
-{
-    uint32_t set = 0;
-    for (const Json &port : ports)
-        set |= 1U << port.get<unsigned>();
-    return set;
-}
-
-std::map<std::string, Json> ports_by_word(const Json &given, const std::string &first,
-                                          const std::string &usage)
-{
-    std::map<std::string, Json> ports;
-    std::string word = first;
-    for (const Json &item : given) {
-        if (item.is_string()) {
-            word = item.get<std::string>();
-        } else {
-            if (word.empty())
-                throw UsageError{usage};
-            ports[std::exchange(word, "")] = item;
-        }
-    }
-    if (!word.empty() && word != first)
-        throw UsageError{usage};
-    return ports;
-}
-
-Json from_port_set(uint32_t ports)
-{
-    Json list = Json::array();
-    for (unsigned port = 0; port < 32; ++port) {
-        if (ports >> port & 1)
-            list.push_back(port);
-    }
-    return list;
-}
-
 bool is_class_a() { return gESWID == class_a_device; }
 bool is_class_b() { return !is_class_a(); } // esw_init() accepts no others
+
+const char *on_or_off(bool on) { return on ? "on" : "off"; }
 
 std::string hex(uint64_t value, unsigned bits) { return fmt::format("{:#0{}x}", value, bits / 4 + 2); }
 

@@ -1,5 +1,6 @@
 // aging, mcast, bpdu, protect: what steers the forwarding of the whole switch.
 #include <esw.h>
+#include <fmt/format.h>
 
 #include "eswctl/families.h"
 
@@ -20,8 +21,10 @@ Report show_aging(const Arguments &)
 
 Report set_aging(const Arguments &arguments)
 {
-    check(eth_l2_age_timer_set(arguments["TIME"].get<uint32_t>()), "set the age time");
-    return show_aging(arguments);
+    const auto time = arguments["TIME"].get<uint32_t>();
+    check(eth_l2_age_timer_set(time), "set the age time");
+    return changed(time == 0 ? "aging off" : fmt::format("aging on, age time {}", time),
+                   show_aging(arguments));
 }
 
 Report show_mcast(const Arguments &)
@@ -36,14 +39,16 @@ Report show_mcast(const Arguments &)
 
 Report set_mcast_learning(const Arguments &arguments)
 {
-    check(eth_learn_mcast_set(arguments["STATE"].get<bool>()), "switch multicast learning");
-    return show_mcast(arguments);
+    const bool on = arguments["STATE"].get<bool>();
+    check(eth_learn_mcast_set(on), "switch multicast learning");
+    return changed(fmt::format("multicast learning {}", on_or_off(on)), show_mcast(arguments));
 }
 
 Report set_mcast_control(const Arguments &arguments)
 {
-    check(eth_mcast_ctrl_set(arguments["VALUE"].get<uint32_t>()), "write the multicast control register");
-    return show_mcast(arguments);
+    const auto value = arguments["VALUE"].get<uint32_t>();
+    check(eth_mcast_ctrl_set(value), "write the multicast control register");
+    return changed(fmt::format("multicast control register {}", hex(value, 8)), show_mcast(arguments));
 }
 
 Report show_bpdu(const Arguments &)
@@ -55,26 +60,27 @@ Report show_bpdu(const Arguments &)
 
 Report set_bpdu(const Arguments &arguments)
 {
-    check(eth_l2_bpdu_set(only_bpdu_address, to_mac(arguments["MAC"]).data()), "set the BPDU address");
-    return show_bpdu(arguments);
+    const Json &mac = arguments["MAC"];
+    check(eth_l2_bpdu_set(only_bpdu_address, to_mac(mac).data()), "set the BPDU address");
+    return changed(fmt::format("BPDU address {}", mac.get<std::string>()), show_bpdu(arguments));
 }
 
-Report show_protection(const Arguments &)
+Report show_protection(const Arguments &arguments)
 {
-    Json rows = Json::array();
-    for (const uint32_t port : ports_or_all(nullptr)) {
+    return port_table(arguments, {{"protected", "protected"}}, [](uint32_t port) {
         uint32_t enabled = 0;
-        check(eth_protect_get(port, &enabled), "read the port's protection");
-        rows.push_back({{"port", port}, {"protected", enabled == 1}});
-    }
-    return table("ports", {{"port", "port"}, {"protected", "protected"}}, std::move(rows));
+        check(eth_protect_get(port, &enabled), fmt::format("read the protection of port {}", port));
+        return Json{{"protected", enabled == 1}};
+    });
 }
 
 Report set_protection(const Arguments &arguments)
 {
-    const auto port = arguments["PORT"].get<uint32_t>();
-    check(eth_protect_set(port, arguments["STATE"].get<bool>()), "set the port's protection");
-    return show_protection(arguments);
+    const bool on = arguments["STATE"].get<bool>();
+    return set_ports(arguments, fmt::format("protection {}", on_or_off(on)), [=](uint32_t port) {
+        check(eth_protect_set(port, on), fmt::format("set the protection of port {}", port));
+        return Json{{"protected", on}};
+    });
 }
 
 } // namespace
@@ -120,15 +126,16 @@ Family bpdu_family()
 
 Family protect_family()
 {
-    return {"protect",
-            "Protected ports",
-            {
-                {"protect show", "Show which ports are protected", {}, show_protection},
-                {"protect set",
-                 "Protect a port, or end its protection",
-                 {{"PORT", "port: 0, 1 or 8", any_port(), true}, {"STATE", "on or off", on_off(), true}},
-                 set_protection},
-            }};
+    return {
+        "protect",
+        "Protected ports",
+        {
+            {"protect show", "Show which ports are protected", {ports_to_show(any_ports())}, show_protection},
+            {"protect set",
+             "Protect ports, or end their protection",
+             {ports_required(any_ports()), {"STATE", "on or off", on_off(), true}},
+             set_protection},
+        }};
 }
 
 } // namespace eswctl

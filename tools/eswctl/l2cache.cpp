@@ -25,7 +25,7 @@ Report show(const Arguments &)
         rows.push_back({{"slot", slot}, {"mac", from_mac(entry.mac)}, {"data", hex(entry.data, 32)}});
     }
     return table("entries", {{"slot", "slot"}, {"mac", "MAC address"}, {"data", "data"}}, std::move(rows),
-                 "the L2 cache is empty");
+                 "no L2 cache entries");
 }
 
 Report set(const Arguments &arguments)
@@ -35,7 +35,8 @@ Report set(const Arguments &arguments)
     std::ranges::copy(to_mac(arguments["MAC"]), entry.mac);
     entry.data = arguments["DATA"].get<uint32_t>();
     int32_t slot = first_free;
-    check(eth_l2_cache_set(arguments["--slot"].get<int32_t>(), &entry, &slot), "set the entry");
+    check(eth_l2_cache_set(arguments["--slot"].get<int32_t>(), &entry, &slot), "set the entry",
+          {{ETH_E_FULL, "all slots are in use; name one with --slot, or free one"}});
     return done(fmt::format("{} set in slot {}", from_mac(entry.mac), slot),
                 {{"slot", slot}, {"mac", from_mac(entry.mac)}, {"data", hex(entry.data, 32)}});
 }
@@ -43,7 +44,10 @@ Report set(const Arguments &arguments)
 Report remove(const Arguments &arguments)
 {
     const auto slot = arguments["SLOT"].get<uint32_t>();
-    check(eth_l2_cache_delete(slot), "delete the entry");
+    eth_l2_cache_addr_t entry;
+    if (eth_l2_cache_get(slot, &entry) == ETH_E_EMPTY)
+        throw Refused{fmt::format("slot {} is free", slot)};
+    check(eth_l2_cache_delete(slot), fmt::format("free slot {}", slot));
     return done(fmt::format("slot {} freed", slot), {{"slot", slot}});
 }
 

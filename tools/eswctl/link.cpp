@@ -21,13 +21,15 @@ int32_t read(int32_t (*get)(uint32_t, int32_t *), uint32_t port, const char *wha
 Json link_of(uint32_t port)
 {
     if (read(eth_port_link_status_get, port, "link") == 0)
-        return {{"port", port},      {"link", "down"},       {"speed", nullptr},
-                {"duplex", nullptr}, {"pause_low", nullptr}, {"pause_high", nullptr}};
+        return {{"link", "down"},
+                {"speed", nullptr},
+                {"duplex", nullptr},
+                {"pause_low", nullptr},
+                {"pause_high", nullptr}};
     int32_t low = 0;
     int32_t high = 0;
     check(eth_port_pause_get(port, &low, &high), fmt::format("read the pause state of port {}", port));
-    return {{"port", port},
-            {"link", "up"},
+    return {{"link", "up"},
             {"speed", read(eth_port_speed_get, port, "speed")},
             {"duplex", read(eth_port_duplex_get, port, "duplex") ? "full" : "half"},
             {"pause_low", low == 1},
@@ -36,23 +38,20 @@ Json link_of(uint32_t port)
 
 Report show(const Arguments &arguments)
 {
-    Json rows = Json::array();
-    for (const uint32_t port : ports_or_all(arguments["PORT"]))
-        rows.push_back(link_of(port));
-    return table("links",
-                 {{"port", "port"},
-                  {"link", "link"},
-                  {"speed", "speed", "Mb/s"},
-                  {"duplex", "duplex"},
-                  {"pause_low", "pause low"},
-                  {"pause_high", "pause high"}},
-                 std::move(rows));
+    return port_table(arguments,
+                      {{"link", "link"},
+                       {"speed", "speed", "Mb/s"},
+                       {"duplex", "duplex"},
+                       {"pause_low", "pause low"},
+                       {"pause_high", "pause high"}},
+                      link_of);
 }
 
-Report change(Json link)
+Report change(uint32_t port, const Json &state)
 {
-    std::string sentence =
-        fmt::format("port {}: link {}", link["port"].dump(), link["link"].get<std::string>());
+    Json link = {{"port", port}};
+    link.update(state);
+    std::string sentence = fmt::format("port {}: link {}", port, link["link"].get<std::string>());
     if (!link["speed"].is_null())
         sentence +=
             fmt::format(", {} Mb/s, {} duplex", link["speed"].dump(), link["duplex"].get<std::string>());
@@ -64,7 +63,7 @@ Report change(Json link)
 // A link that went and came back between two looks is a change as well: the switch remembers it.
 Report watch(const Arguments &arguments)
 {
-    const std::vector<uint32_t> ports = ports_or_all(arguments["PORT"]);
+    const std::vector<uint32_t> ports = ports_in(arguments["PORT"]);
     const auto interval = arguments["--interval"].get<double>();
     std::map<uint32_t, Json> known;
     for (const uint32_t port : ports) {
@@ -78,7 +77,7 @@ Report watch(const Arguments &arguments)
             Json now = link_of(port);
             if (!changed && now == known[port])
                 continue;
-            emit(change(now));
+            emit(change(port, now));
             known[port] = std::move(now);
             if (--left == 0)
                 return {nullptr};
@@ -91,19 +90,22 @@ Report watch(const Arguments &arguments)
 
 Family link_family()
 {
-    const Argument port{"PORT", "port: 0, 1 or 8", any_port()};
-    return {"link",
-            "Links: up or down, speed, duplex and pause",
-            {
-                {"link show", "Show the link of one port, or of all", {port}, show},
-                {"link watch",
-                 "Tell each change of a port's link, or of any, as it comes; Ctrl-C ends it",
-                 {port,
-                  {"--count", "end after so many changes", number(1, UINT32_MAX)},
-                  {"--interval", "seconds between two looks (default 1)", number(1, 3600, "seconds"), false,
-                   false, 1}},
-                 watch},
-            }};
+    const Argument ports = ports_to_show(any_ports());
+    return {
+        "link",
+        "Links: up or down, speed, duplex and pause",
+        {
+            {"link show", "Show the links of ports", {ports}, show},
+            {"link watch",
+             "Tell each change of a link as it comes, until Ctrl-C",
+             {ports,
+              {"--count", "end after so many changes", number(1, UINT32_MAX)},
+              {"--interval", "between two looks (default 1)", number(1, 3600, "seconds"), false, false, 1}},
+             watch,
+             false,
+             false,
+             true},
+        }};
 }
 
 } // namespace eswctl

@@ -15,23 +15,28 @@ std::string roff(const std::string &text)
     return escaped.starts_with('.') || escaped.starts_with('\'') ? "\\&" + escaped : escaped;
 }
 
-std::string synopsis(const Argument &argument)
+std::string named(const Argument &argument)
 {
     std::string text = roff(argument.name);
+    if (const size_t comma = text.find(','); comma != std::string::npos)
+        text.replace(comma, 1, "\\fR, \\fB");
     if (!argument.name.starts_with('-'))
         text = fmt::format("\\fI{}\\fR", text);
     else if (argument.kind.parse)
-        text = fmt::format("\\fB{}\\fR \\fIVALUE\\fR", text);
+        text = fmt::format("\\fB{}\\fR \\fI{}\\fR", text, roff(argument.kind.name));
     else
         text = fmt::format("\\fB{}\\fR", text);
-    if (argument.repeated)
-        text += " ...";
-    return argument.required ? text : '[' + text + ']';
+    return argument.repeated ? text + " ..." : text;
+}
+
+std::string synopsis(const Argument &argument)
+{
+    return argument.required ? named(argument) : '[' + named(argument) + ']';
 }
 
 std::string described(const Argument &argument)
 {
-    return fmt::format(".TP\n{}\n{}\n", synopsis(argument), roff(argument.help));
+    return fmt::format(".TP\n{}\n{}\n", named(argument), roff(argument.help));
 }
 
 std::string described(const Command &command)
@@ -57,20 +62,42 @@ eswctl \- control a managed Ethernet switch
 \fBeswctl\fR [\fIOPTIONS\fR] \fICOMMAND\fR [\fIARGUMENTS\fR]
 .SH DESCRIPTION
 \fBeswctl\fR shows and changes the settings of a managed 3-port Ethernet switch (ports 0, 1 and 8) through libesw.
-Each invocation is one command. Numbers are decimal, or hexadecimal with 0x. What the library itself has to say
-appears on standard error.
+Each invocation is one command. A command that shows prints a table or a list, or that there is nothing to show; one
+that changes something prints what it has done in one line. What the library itself has to say appears on standard
+error.
+.PP
+Numbers are decimal, or hexadecimal with 0x. Ports are a list such as 0,8, or all; where nothing follows
+them, several words will do. VIDs are a list of
+numbers and ranges such as 10\-20,30. A MAC address has colons, hyphens or three groups with dots.
 .SH OPTIONS
 Options may stand before or behind the command.
 )";
 
-constexpr char tail[] = R"(.SH EXIT STATUS
+constexpr char tail[] = R"(.SH JSON OUTPUT
+With \fB\-\-json\fR each command that prints something prints one JSON document on standard output; a command that
+goes on for a while prints one a line. Numbers and booleans are such; MAC addresses and register words are strings,
+as in "02:00:5e:00:53:01" and "0x00000800"; what does not apply is null. What concerns ports is in an array
+\fIports\fR, of objects that begin with \fIport\fR. A command that changes something prints the new state. On
+failure nothing is printed there, but for a batch: its document tells of the lines until then.
+.PP
+JSON Schema files describe the documents: the family \fINOUN\fR in \fINOUN\fR.schema.json, where the definition of a
+command is named by its other words with hyphens between them, and commands of a single word in general.schema.json.
+.SH DRY RUN AND TRACE
+With \fB\-\-dry\-run\fR reads reach the switch and writes do not; later reads see what was withheld. In place of
+its own output the command prints which registers would change, from what to what. The start of the library, which
+every command needs, is not part of it.
+.PP
+With \fB\-\-trace\fR each request to the driver is a line on standard error: PAGE:OFFSET, the width that was sent,
+the value, and the register's name.
+.SH EXIT STATUS
 .TP
 .B 0
 The command is done.
 .TP
 .B 1
-The switch or the library refused, no switch was found, or the user answered no. A line on standard error names
-the reason, with the library's code where it has one.
+The switch, its driver or the library refused, no switch was found, or the user answered no. A line on standard
+error names the reason: the library's code where it has one, and what it means in that command. What a command did
+before it failed stays.
 .TP
 .B 2
 The command line is wrong. A line on standard error says what is accepted.
@@ -81,10 +108,27 @@ The switch's control device. Without it, requests go to the network interface th
 .TP
 .I /dev/shm/vid_list.cfg
 Which VLANs exist.
+.TP
+.I /dev/shm/cfp_rule.cfg
+The parked field processor rule.
+.TP
+.IR PREFIX /share/eswctl/schema
+The JSON Schema files.
+.SH ENVIRONMENT
+.TP
+.B TERM
+A watch stays in one place of a terminal unless this is unset or dumb.
+.TP
+.B NO_COLOR
+When it is set, nothing but plain lines is printed on terminals, too.
 .SH EXAMPLES
 .nf
-eswctl port show
+eswctl show
+eswctl vlan add 10 0,8 untagged 0
+eswctl rate egress set all 100M
 eswctl \-\-dry\-run port frame\-max 0 9720
+eswctl save before.json && eswctl batch changes || eswctl restore before.json
+eswctl arl show \-\-json | jq '.entries[] | select(.static)'
 esw\-sim eswctl info \-\-json
 .fi
 .SH SEE ALSO
@@ -97,8 +141,8 @@ std::string page()
     std::string text = fmt::format(fmt::runtime(head), ESW_VERSION);
     for (const Argument &option : global_options())
         text += described(option);
-    text += ".TP\n[\\fB\\-\\-help\\fR]\nshow help for this level of commands\n"
-            ".TP\n[\\fB\\-\\-version\\fR]\nprint the version\n.SH COMMANDS\n";
+    text += ".TP\n\\fB\\-\\-help\\fR\nshow help for this level of commands\n"
+            ".TP\n\\fB\\-\\-version\\fR\nprint the version\n.SH COMMANDS\n";
     for (const Family &family : families()) {
         if (!family.noun.empty())
             text += fmt::format(".SS {}: {}\n", roff(family.noun), roff(family.summary));

@@ -33,7 +33,7 @@ const Direction *find_direction(const Json &word)
 Json mirrored_ports(const Direction &direction)
 {
     Json ports = Json::array();
-    for (const uint32_t port : ports_or_all(nullptr)) {
+    for (const uint32_t port : all_ports) {
         uint32_t mirrored = 0;
         check(direction.get_port(port, &mirrored), "read the mirrored ports");
         if (mirrored)
@@ -77,10 +77,10 @@ Report state()
     return report;
 }
 
-void set_ports(const Direction &direction, const Json &ports)
+void mirror_ports(const Direction &direction, const Json &ports)
 {
     const uint32_t set = to_port_set(ports);
-    for (const uint32_t port : ports_or_all(nullptr))
+    for (const uint32_t port : all_ports)
         check(direction.set_port(port, (set >> port & 1) != 0), "set the mirrored ports");
 }
 
@@ -92,16 +92,20 @@ Report mirror_to(const Arguments &arguments)
                       "DIRECTIONS: use ingress PORTS, egress PORTS or both, as in ingress 0,1 egress 1");
     check(eth_mirror_to_set(arguments["PORT"].get<uint32_t>()), "set the capture port");
     for (const auto &[direction, set] : ports)
-        set_ports(*find_direction(direction), set);
+        mirror_ports(*find_direction(direction), set);
     check(eth_mirror_mode_set(1), "switch mirroring on");
-    return state();
+    return changed(fmt::format("mirroring to port {} on", arguments["PORT"].dump()), state());
 }
 
 Kind divider_or_off()
 {
-    return {fmt::format("a number from 0 to {} or off", last_divider), [](const std::string &text) -> Json {
+    return {fmt::format("a number from 0 to {} or off", last_divider),
+            [](const std::string &text) -> Json {
                 return text == "off" ? Json(text) : number(0, last_divider).parse(text);
-            }};
+            },
+            {},
+            "",
+            "N|off"};
 }
 
 Report set(const Arguments &arguments)
@@ -123,8 +127,8 @@ Report set(const Arguments &arguments)
                                  divider.is_number() ? divider.get<int32_t>() : 0),
               "set the divider");
     if (!ports.is_null())
-        set_ports(direction, ports);
-    return state();
+        mirror_ports(direction, ports);
+    return changed(fmt::format("{} mirroring set", direction.name), state());
 }
 
 Report switch_mirroring(bool on)

@@ -16,6 +16,7 @@
 #include <fmt/format.h>
 
 #include "eswctl/command.h"
+#include "eswctl/driver.h"
 #include "eswctl/terminal.h"
 
 namespace eswctl {
@@ -44,6 +45,7 @@ void silence(bool silent) { silent_now = silent; }
 
 void emit(const Report &report)
 {
+    check_requests();
     if (report.value.is_null() || silent_now)
         return;
     if (shown_progress)
@@ -53,7 +55,8 @@ void emit(const Report &report)
 
 void LiveView::emit(const Report &report)
 {
-    const auto size = terminal_size();
+    check_requests();
+    const auto size = output_terminal();
     if (as_json_documents || silent_now || !size) {
         eswctl::emit(report);
         return;
@@ -78,6 +81,8 @@ void LiveView::emit(const Report &report)
 
 bool wait_for_next(double seconds)
 {
+    if (silent_now) // of a watch that nobody sees, one look is enough
+        return false;
     struct sigaction action = {};
     action.sa_handler = note_interrupt;
     sigaction(SIGINT, &action, nullptr);
@@ -91,32 +96,31 @@ bool wait_for_next(double seconds)
 }
 
 Progress::Progress(std::string what, size_t total)
-    : what_(std::move(what)), total_(total), shown_(isatty(STDERR_FILENO) != 0)
-{
-    shown_progress = this;
-}
+    : what_(std::move(what)), total_(total), columns_(error_terminal().value_or(TerminalSize{}).columns),
+      outer_(std::exchange(shown_progress, this))
+{}
 
 Progress::~Progress()
 {
     hide();
-    shown_progress = nullptr;
+    shown_progress = outer_;
 }
 
 void Progress::hide() const
 {
-    if (shown_)
+    if (columns_ != 0)
         fmt::print(stderr, "\r\033[K");
 }
 
+// On one line: a line that wraps could not be taken back.
 void Progress::advance_to(size_t done)
 {
-    if (!shown_)
+    if (columns_ == 0)
         return;
-    if (total_ == 0)
-        fmt::print(stderr, "\r{}: {}", what_, done);
-    else
-        fmt::print(stderr, "\r{}: {} of {} [{:<30}]", what_, done, total_,
-                   std::string(done * 30 / total_, '='));
+    std::string line = fmt::format("{}: {}", what_, done);
+    if (total_ != 0)
+        line += fmt::format(" of {} [{:<30}]", total_, std::string(done * 30 / total_, '='));
+    fmt::print(stderr, "\r{:.{}}", line, columns_ - 1);
 }
 
 void write_file(const std::string &path, const std::string &text)
@@ -132,6 +136,19 @@ void write_file(const std::string &path, const std::string &text)
     throw Refused{fmt::format("cannot write {}: {}", path, reason)};
 }
 
+std::string name_file(const std::string &path) { return path == "-" ? "standard input" : path; }
+
+Report write_document(const std::string &path, Json document, const Report &done)
+{
+    if (path == "-") {
+        Report report{std::move(document)};
+        report.text = as_json(report);
+        return report;
+    }
+    write_file(path, document.dump(2) + '\n');
+    return done;
+}
+
 std::string read_file(const std::string &path)
 {
     std::ifstream file;
@@ -140,7 +157,7 @@ std::string read_file(const std::string &path)
         if (errno == 0)
             file.open(path, std::ios::binary);
         if (errno != 0 || !file)
-            throw Refused{fmt::format("cannot read {}: {}", path, strerror(errno))};
+            throw Refused{fmt::format("cannot read {}: {}", name_file(path), strerror(errno))};
     }
     std::istream &stream = path == "-" ? std::cin : file;
     return {std::istreambuf_iterator<char>(stream), {}};

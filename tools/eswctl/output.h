@@ -47,12 +47,17 @@ public:
 private:
     std::string what_;
     size_t total_;
-    bool shown_;
+    size_t columns_;        // of the terminal; 0 shows nothing
+    const Progress *outer_; // whose line comes back in the end
 };
 
 // Whole files. Written under another name first and then renamed, so that nobody reads half of one.
 // Throw Refused with the system's reason.
 void write_file(const std::string &path, const std::string &text);
 std::string read_file(const std::string &path); // "-" is standard input
+std::string name_file(const std::string &path); // in messages about what was read
+
+// Writes a JSON document and reports what was done, or reports the document itself where the file is "-".
+Report write_document(const std::string &path, Json document, const Report &done);
 
 } // namespace eswctl

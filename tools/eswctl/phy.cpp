@@ -14,54 +14,77 @@ namespace {
 constexpr uint32_t aux = 0; // the library does not use it
 constexpr unsigned register_bits = 16;
 
+const Meanings mii_refused = {
+    {ETH_E_TIMEOUT, "the driver refused the MII request"},
+    {ETH_E_UNAVAIL, "class A switches have no such control; use eswctl phy write"},
+};
+
 uint32_t read(uint32_t port, uint32_t reg)
 {
     uint32_t value = 0;
     check(eth_port_phy_get(interface_name().c_str(), port, aux, reg, &value),
-          fmt::format("read register {} of the PHY of port {} through {}", reg, port, interface_name()));
+          fmt::format("read register {} of the PHY of port {} through {}", reg, port, interface_name()),
+          mii_refused);
     return value;
 }
 
 Report show_registers(const Arguments &arguments)
 {
-    const auto port = arguments["PORT"].get<uint32_t>();
     Json rows = Json::array();
-    for (const Json &reg : arguments["REGISTER"])
-        rows.push_back({{"port", port},
-                        {"register", reg},
-                        {"value", hex(read(port, reg.get<uint32_t>()), register_bits)}});
+    for (const uint32_t port : ports_in(arguments["PORT"])) {
+        for (const Json &reg : arguments["REGISTER"])
+            rows.push_back({{"port", port},
+                            {"register", reg},
+                            {"value", hex(read(port, reg.get<uint32_t>()), register_bits)}});
+    }
     return table("registers", {{"port", "port"}, {"register", "register"}, {"value", "value"}},
                  std::move(rows));
 }
 
 Report write(const Arguments &arguments)
 {
-    const auto port = arguments["PORT"].get<uint32_t>();
     const auto reg = arguments["REGISTER"].get<uint32_t>();
     const auto value = arguments["VALUE"].get<uint32_t>();
-    const std::string what = fmt::format("register {} of the PHY of port {}", reg, port);
-    check(eth_port_phy_set(interface_name().c_str(), port, aux, reg, value), "write " + what);
-    return done(what + " written", {{"port", port}, {"register", reg}, {"value", hex(value, register_bits)}});
+    return set_ports(arguments, fmt::format("PHY register {} set to {}", reg, hex(value, register_bits)),
+                     [=](uint32_t port) {
+                         check(eth_port_phy_set(interface_name().c_str(), port, aux, reg, value),
+                               fmt::format("write register {} of the PHY of port {} through {}", reg, port,
+                                           interface_name()),
+                               mii_refused);
+                         return Json{{"register", reg}, {"value", hex(value, register_bits)}};
+                     });
 }
 
 Report power(const Arguments &arguments)
 {
-    const auto port = arguments["PORT"].get<uint32_t>();
     const bool on = arguments["STATE"].get<bool>();
-    check(eth_port_phy_enable(interface_name().c_str(), port, aux, on),
-          fmt::format("switch the PHY of port {} {}", port, on ? "on" : "off"));
-    return done(fmt::format("PHY of port {} switched {}", port, on ? "on" : "off"),
-                {{"port", port}, {"power", on}});
+    return set_ports(arguments, fmt::format("PHY {}", on_or_off(on)), [=](uint32_t port) {
+        check(eth_port_phy_enable(interface_name().c_str(), port, aux, on),
+              fmt::format("switch the PHY of port {} {}", port, on_or_off(on)), mii_refused);
+        return Json{{"power", on}};
+    });
 }
 
 Report set_speed(const Arguments &arguments)
 {
-    const auto port = arguments["PORT"].get<uint32_t>();
     const auto speed = arguments["SPEED"].get<uint32_t>();
-    check(eth_port_speed_set(interface_name().c_str(), port, aux, speed),
-          fmt::format("set the speed of port {}", port));
-    return done(fmt::format("port {} told to link at {} Mb/s", port, speed),
-                {{"port", port}, {"speed", speed}});
+    return set_ports(arguments, fmt::format("told to link at {} Mb/s", speed), [=](uint32_t port) {
+        check(eth_port_speed_set(interface_name().c_str(), port, aux, speed),
+              fmt::format("set the speed of port {}", port), mii_refused);
+        return Json{{"speed", speed}};
+    });
+}
+
+// Without a link the switch still reports the last speed.
+Report show_speed(const Arguments &arguments)
+{
+    return port_table(arguments, {{"speed", "speed", "Mb/s"}}, [](uint32_t port) {
+        int32_t up = 0;
+        int32_t speed = 0;
+        check(eth_port_link_status_get(port, &up), fmt::format("read the link of port {}", port));
+        check(eth_port_speed_get(port, &speed), fmt::format("read the speed of port {}", port));
+        return Json{{"speed", up ? Json(speed) : Json()}};
+    });
 }
 
 // What both ends can offer, and where each has it.
@@ -107,7 +130,7 @@ Json decoded(uint32_t port, const Words &words)
     return {{"port", port},
             {"id", hex(words.at(MII_PHYSID1) << register_bits | words.at(MII_PHYSID2), 2 * register_bits)},
             {"power", (control & BMCR_PDOWN) == 0},
-            {"link", (status & BMSR_LSTATUS) != 0},
+            {"link", (status & BMSR_LSTATUS) ? "up" : "down"},
             {"negotiates", (control & BMCR_ANENABLE) != 0},
             {"negotiated", (status & BMSR_ANEGCOMPLETE) != 0},
             {"selected_speed", selected_speed(control)},
@@ -132,9 +155,8 @@ constexpr Standard standard_registers[] = {
     {MII_ESTATUS, "extended status"},
 };
 
-Report show(const Arguments &arguments)
+Json state_of(uint32_t port)
 {
-    const auto port = arguments["PORT"].get<uint32_t>();
     read(port, MII_BMSR); // tells of a link lost in the past: the next read tells how it is
     Words words;
     Json rows = Json::array();
@@ -142,20 +164,34 @@ Report show(const Arguments &arguments)
         words[number] = read(port, number);
         rows.push_back({{"register", number}, {"name", name}, {"value", hex(words[number], register_bits)}});
     }
-    Report report = record({{"port", "port"},
-                            {"id", "identifier"},
-                            {"power", "powered"},
-                            {"link", "link"},
-                            {"negotiates", "negotiates"},
-                            {"negotiated", "negotiation done"},
-                            {"selected_speed", "selected speed", "Mb/s"},
-                            {"selected_duplex", "selected duplex"},
-                            {"advertised", "advertised"},
-                            {"partner", "partner offers"}},
-                           decoded(port, words));
-    report.value["registers"] = std::move(rows);
-    report.sections.push_back(
-        {"registers", {{"register", "register"}, {"name", "name"}, {"value", "value"}}});
+    Json state = decoded(port, words);
+    state["registers"] = std::move(rows);
+    return state;
+}
+
+const std::vector<Column> decoded_columns = {{"port", "port"},
+                                             {"id", "identifier"},
+                                             {"power", "powered"},
+                                             {"link", "link"},
+                                             {"negotiates", "negotiates"},
+                                             {"negotiated", "negotiation done"},
+                                             {"selected_speed", "selected speed", "Mb/s"},
+                                             {"selected_duplex", "selected duplex"},
+                                             {"advertised", "advertised"},
+                                             {"partner", "partner offers"}};
+
+// Two sections a port: what its registers say, and the registers.
+Report show(const Arguments &arguments)
+{
+    Report report;
+    Json &ports = report.value["ports"] = Json::array();
+    for (const uint32_t port : ports_in(arguments["PORT"])) {
+        const std::string key = fmt::format("/ports/{}", ports.size());
+        ports.push_back(state_of(port));
+        report.sections.push_back({key, decoded_columns});
+        report.sections.push_back(
+            {key + "/registers", {{"register", "register"}, {"name", "name"}, {"value", "value"}}});
+    }
     return report;
 }
 
@@ -163,22 +199,22 @@ Report show(const Arguments &arguments)
 
 Family phy_family()
 {
-    const Argument port{"PORT", "port: 0 or 1", phy_port(), true};
+    const Argument ports = ports_required(phy_ports());
     const Argument reg{"REGISTER", "register number, 0 to 31", number(0, 31), true};
     Argument registers = reg;
     registers.repeated = true;
     return {"phy",
             "PHYs of ports 0 and 1, through the MII requests of the interface that -i names",
             {
-                {"phy show", "Show what a PHY is, does and offers", {port}, show},
-                {"phy read", "Read registers", {port, registers}, show_registers},
+                {"phy show", "Show what PHYs are, do and offer", {ports_to_show(phy_ports())}, show},
+                {"phy read", "Read registers", {ports, registers}, show_registers},
                 {"phy write",
                  "Write a register",
-                 {port, reg, {"VALUE", "value, 0 to 0xffff", number(0, 0xFFFF), true}},
+                 {ports, reg, {"VALUE", "value, 0 to 0xffff", number(0, 0xFFFF), true}},
                  write},
                 {"phy power",
-                 "Power a PHY up or down (class B): without power it has no link",
-                 {port, {"STATE", "on or off", on_off(), true}},
+                 "Power PHYs up or down (class B): without power they have no link",
+                 {ports, {"STATE", "on or off", on_off(), true}},
                  power},
             }};
 }
@@ -186,12 +222,16 @@ Family phy_family()
 Family speed_family()
 {
     return {"speed",
-            "Speed of a port",
+            "Speed of ports",
             {
+                {"speed show",
+                 "Show the speed of the ports that have a link",
+                 {ports_to_show(any_ports())},
+                 show_speed},
                 {"speed set",
-                 "Make a port's PHY link at a speed (class B); link show tells what came of it",
-                 {{"PORT", "port: 0 or 1", phy_port(), true},
-                  {"SPEED", "10, 100 or 1000 Mb/s", one_of({10, 100, 1000}), true}},
+                 "Make the PHYs of ports link at a speed (class B); link show tells what came of it",
+                 {ports_required(phy_ports()),
+                  {"SPEED", "10, 100 or 1000, in Mb/s", one_of({10, 100, 1000}), true}},
                  set_speed},
             }};
 }

@@ -16,6 +16,16 @@ constexpr uint32_t by_dscp = 2;
 constexpr uint32_t no_mode = 0xFF;
 constexpr unsigned classes = 8; // as many as there are priorities, and queues of a port
 
+const Arguments every_port_shown = {{"PORT", all_ports}};
+
+// One behind the other.
+Report append(Report first, const Report &second)
+{
+    first.value.update(second.value);
+    first.sections.insert(first.sections.end(), second.sections.begin(), second.sections.end());
+    return first;
+}
+
 void require_class_a()
 {
     if (!is_class_a())
@@ -40,31 +50,39 @@ Json for_each_class(const std::function<int32_t(uint32_t number, uint32_t *value
     return values;
 }
 
+// What class A has for the whole switch.
+Json scheduler_of_switch()
+{
+    uint32_t mode = 0;
+    std::array<uint32_t, 4> weights{};
+    check(eth_cosq_sched_get(&mode, weights.data()), "read the scheduler");
+    Json value = {{"scheduler_mode", mode}, {"weights", weights}};
+    value["queues"] = for_each_class([](uint32_t priority, uint32_t *queue) {
+        return eth_cosq_mapping_get(static_cast<int32_t>(priority), queue);
+    });
+    return value;
+}
+
+const Section scheduler_section = {"",
+                                   {{"scheduler_mode", "scheduler mode"},
+                                    {"weights", "weights of queues 0 to 3"},
+                                    {"queues", "queues of priorities 0 to 7"}}};
+
+Json cos_of(uint32_t port)
+{
+    uint32_t on = 0;
+    check(eth_cosq_enable_get(port, &on), fmt::format("read the CoS state of port {}", port));
+    return {{"cos", on == 1}};
+}
+
 Report show_cosq(const Arguments &)
 {
     Report report;
     if (is_class_a()) {
-        uint32_t mode = 0;
-        std::array<uint32_t, 4> weights{};
-        check(eth_cosq_sched_get(&mode, weights.data()), "read the scheduler");
-        report.value = {{"scheduler_mode", mode}, {"weights", weights}};
-        report.value["queues"] = for_each_class([](uint32_t priority, uint32_t *queue) {
-            return eth_cosq_mapping_get(static_cast<int32_t>(priority), queue);
-        });
-        report.sections.push_back({"",
-                                   {{"scheduler_mode", "scheduler mode"},
-                                    {"weights", "weights of queues 0 to 3"},
-                                    {"queues", "queues of priorities 0 to 7"}}});
+        report.value = scheduler_of_switch();
+        report.sections.push_back(scheduler_section);
     }
-    Json rows = Json::array();
-    for (const uint32_t port : ports_or_all(nullptr)) {
-        uint32_t on = 0;
-        check(eth_cosq_enable_get(port, &on), "read the CoS state");
-        rows.push_back({{"port", port}, {"cos", on == 1}});
-    }
-    report.value["ports"] = std::move(rows);
-    report.sections.push_back({"ports", {{"port", "port"}, {"cos", "CoS"}}});
-    return report;
+    return append(std::move(report), port_table(every_port_shown, {{"cos", "CoS"}}, cos_of));
 }
 
 Report map_cosq(const Arguments &arguments)
@@ -86,15 +104,16 @@ Report schedule_cosq(const Arguments &arguments)
         throw UsageError{mode == 3 ? "mode 3 needs --weights" : "--weights: for mode 3 only"};
     const auto given = mode == 3 ? weights.get<std::array<int32_t, 4>>() : std::array<int32_t, 4>{};
     check(eth_cosq_sched_set(mode, given.data()), "set the scheduler");
-    return done(fmt::format("scheduler in mode {}", mode), {{"scheduler_mode", mode}, {"weights", weights}});
+    return done(fmt::format("scheduler mode {}", mode), {{"scheduler_mode", mode}, {"weights", weights}});
 }
 
 Report enable_cosq(const Arguments &arguments)
 {
-    const auto port = arguments["PORT"].get<uint32_t>();
     const bool on = arguments["STATE"].get<bool>();
-    check(eth_cosq_enable_set(port, on), "switch CoS");
-    return done(fmt::format("port {}: CoS {}", port, on ? "on" : "off"), {{"port", port}, {"cos", on}});
+    return set_ports(arguments, fmt::format("CoS {}", on_or_off(on)), [=](uint32_t port) {
+        check(eth_cosq_enable_set(port, on), fmt::format("switch CoS of port {}", port));
+        return Json{{"cos", on}};
+    });
 }
 
 Report select_layer(const Arguments &arguments)
@@ -145,27 +164,27 @@ void append_class_b(Json &row, uint32_t port)
         [=](uint32_t index, uint32_t *source) { return eth_cosq_port_tc_src_get(port, index, source); });
 }
 
-Report show_port(const Arguments &arguments)
+Json classes_of(uint32_t port)
 {
-    Json rows = Json::array();
-    for (const uint32_t port : ports_or_all(arguments["PORT"])) {
-        uint32_t mode = 0;
-        check(eth_cosq_port_dscp2tc_mode_get(port, &mode), "read the DSCP mode");
-        Json &row = rows.emplace_back(Json{{"port", port}, {"by_dscp", mode == by_dscp}});
-        if (is_class_b())
-            append_class_b(row, port);
-    }
-    std::vector<Column> columns = {{"port", "port"}, {"by_dscp", "by DSCP"}};
-    if (is_class_b()) {
-        columns.insert(columns.end(), {{"default_class", "default class"},
-                                       {"scheduler_mode", "scheduler"},
-                                       {"weights", "weights"},
-                                       {"queues", "queues of classes"},
-                                       {"dropped_classes", "dropped"},
-                                       {"class_sources", "class sources"}});
-    }
-    return table("ports", std::move(columns), std::move(rows));
+    uint32_t mode = 0;
+    check(eth_cosq_port_dscp2tc_mode_get(port, &mode), fmt::format("read the DSCP mode of port {}", port));
+    Json row = {{"by_dscp", mode == by_dscp}};
+    if (is_class_b())
+        append_class_b(row, port);
+    return row;
 }
+
+std::vector<Column> class_columns()
+{
+    if (is_class_a())
+        return {{"by_dscp", "by DSCP"}};
+    return {{"by_dscp", "by DSCP"},          {"default_class", "default TC"},
+            {"scheduler_mode", "scheduler"}, {"weights", "weights"},
+            {"queues", "queues of TCs"},     {"dropped_classes", "dropped TCs"},
+            {"class_sources", "TC sources"}};
+}
+
+Report show_port(const Arguments &arguments) { return port_table(arguments, class_columns(), classes_of); }
 
 Report show_dscp_map(const Arguments &)
 {
@@ -174,86 +193,108 @@ Report show_dscp_map(const Arguments &)
         Json row = for_each_class([=](uint32_t i, uint32_t *tc) {
             return eth_cosq_port_dscp2tc_get(every_port, static_cast<int32_t>(first + i), unused, tc);
         });
-        rows.push_back({{"dscp", first}, {"classes", std::move(row)}});
+        rows.push_back({{"dscp", first}, {"traffic_classes", std::move(row)}});
     }
     std::vector<Column> columns = {{"dscp", "DSCP"}};
-    append_elements(columns, "classes", "class of +", classes);
+    append_elements(columns, "traffic_classes", "TC of +", classes);
     return table("dscp_map", std::move(columns), std::move(rows));
+}
+
+Report show(const Arguments &arguments)
+{
+    Report report;
+    if (is_class_a()) {
+        report.value = scheduler_of_switch();
+        report.sections.push_back(scheduler_section);
+    }
+    std::vector<Column> columns = class_columns();
+    columns.insert(columns.begin(), {"cos", "CoS"});
+    report = append(std::move(report), port_table(every_port_shown, std::move(columns), [](uint32_t port) {
+                        Json row = cos_of(port);
+                        row.update(classes_of(port));
+                        return row;
+                    }));
+    return append(std::move(report), show_dscp_map(arguments));
 }
 
 Report set_dscp(const Arguments &arguments)
 {
     const auto dscp = arguments["DSCP"].get<int32_t>();
-    const auto tc = arguments["CLASS"].get<uint32_t>();
+    const auto tc = arguments["TC"].get<uint32_t>();
     check(eth_cosq_port_dscp2tc_set(every_port, dscp, unused, tc), "set the class of the DSCP");
-    return done(fmt::format("DSCP {} has class {}", dscp, tc), {{"dscp", dscp}, {"class", tc}});
+    return done(fmt::format("DSCP {} has TC {}", dscp, tc), {{"dscp", dscp}, {"traffic_class", tc}});
 }
 
 Report set_dscp_mode(const Arguments &arguments)
 {
-    const auto port = arguments["PORT"].get<uint32_t>();
     const bool on = arguments["STATE"].get<bool>();
-    check(eth_cosq_port_dscp2tc_mode_set(port, on ? by_dscp : 0), "set the DSCP mode");
-    return done(fmt::format("port {}: classification by DSCP {}", port, on ? "on" : "off"),
-                {{"port", port}, {"by_dscp", on}});
+    return set_ports(arguments, fmt::format("classification by DSCP {}", on_or_off(on)), [=](uint32_t port) {
+        check(eth_cosq_port_dscp2tc_mode_set(port, on ? by_dscp : 0),
+              fmt::format("set the DSCP mode of port {}", port));
+        return Json{{"by_dscp", on}};
+    });
 }
 
 Report set_source(const Arguments &arguments)
 {
     require_class_b();
-    const auto port = arguments["PORT"].get<uint32_t>();
     const auto index = arguments["INDEX"].get<uint32_t>();
     const auto source = arguments["SOURCE"].get<uint32_t>();
-    check(eth_cosq_port_tc_src_set(port, index, source), "set the class source");
-    return done(fmt::format("port {}: class source {} set to {}", port, index, source),
-                {{"port", port}, {"index", index}, {"class_source", source}});
+    return set_ports(arguments, fmt::format("class source {} set to {}", index, source), [=](uint32_t port) {
+        check(eth_cosq_port_tc_src_set(port, index, source),
+              fmt::format("set the class source of port {}", port));
+        return Json{{"index", index}, {"class_source", source}};
+    });
 }
 
 Report set_queue(const Arguments &arguments)
 {
     require_class_b();
-    const auto port = arguments["PORT"].get<uint32_t>();
-    const auto tc = arguments["CLASS"].get<uint32_t>();
+    const auto tc = arguments["TC"].get<uint32_t>();
     const auto queue = arguments["QUEUE"].get<uint32_t>();
-    check(eth_cosq_port_mapping_set(port, tc, queue), "set the queue");
-    return done(fmt::format("port {}: class {} goes to queue {}", port, tc, queue),
-                {{"port", port}, {"class", tc}, {"queue", queue}});
+    return set_ports(arguments, fmt::format("TC {} goes to queue {}", tc, queue), [=](uint32_t port) {
+        check(eth_cosq_port_mapping_set(port, tc, queue), fmt::format("set the queue at port {}", port));
+        return Json{{"traffic_class", tc}, {"queue", queue}};
+    });
 }
 
 Report set_drop(const Arguments &arguments)
 {
     require_class_b();
-    const auto port = arguments["PORT"].get<uint32_t>();
-    const auto tc = arguments["CLASS"].get<uint32_t>();
+    const auto tc = arguments["TC"].get<uint32_t>();
     const bool on = arguments["STATE"].get<bool>();
-    check(eth_cosq_port_mapping_tc_drop_set(port, tc, on), "set the drop flag");
-    return done(fmt::format("port {}: drop flag of class {} {}", port, tc, on ? "on" : "off"),
-                {{"port", port}, {"class", tc}, {"drop", on}});
+    return set_ports(arguments, fmt::format("drop flag of TC {} {}", tc, on_or_off(on)), [=](uint32_t port) {
+        check(eth_cosq_port_mapping_tc_drop_set(port, tc, on),
+              fmt::format("set the drop flag at port {}", port));
+        return Json{{"traffic_class", tc}, {"drop", on}};
+    });
 }
 
 Report set_default_class(const Arguments &arguments)
 {
     require_class_b();
-    const auto port = arguments["PORT"].get<uint32_t>();
-    const auto tc = arguments["CLASS"].get<uint32_t>();
-    check(eth_cosq_port2tc_set(port, tc), "set the default class");
-    return done(fmt::format("port {}: default class {}", port, tc), {{"port", port}, {"default_class", tc}});
+    const auto tc = arguments["TC"].get<uint32_t>();
+    return set_ports(arguments, fmt::format("default TC {}", tc), [=](uint32_t port) {
+        check(eth_cosq_port2tc_set(port, tc), fmt::format("set the default class of port {}", port));
+        return Json{{"default_class", tc}};
+    });
 }
 
 Report schedule_port(const Arguments &arguments)
 {
     require_class_b();
-    const auto port = arguments["PORT"].get<uint32_t>();
     const auto mode = arguments["MODE"].get<uint32_t>();
-    uint32_t old_mode = 0;
-    Json weights = arguments["--weights"];
-    if (weights.is_null())
-        weights = weights_of(port, old_mode);
-    if (weights.is_null())
-        weights = Weights{1, 1, 1, 1, 1, 1, 1, 1};
-    check(eth_cosq_port_sched_set(port, mode, weights.get<Weights>().data()), "set the scheduler");
-    return done(fmt::format("port {}: scheduler in mode {}", port, mode),
-                {{"port", port}, {"scheduler_mode", mode}, {"weights", weights}});
+    return set_ports(arguments, fmt::format("scheduler mode {}", mode), [&](uint32_t port) {
+        uint32_t old_mode = 0;
+        Json weights = arguments["--weights"];
+        if (weights.is_null())
+            weights = weights_of(port, old_mode);
+        if (weights.is_null())
+            weights = Weights{1, 1, 1, 1, 1, 1, 1, 1};
+        check(eth_cosq_port_sched_set(port, mode, weights.get<Weights>().data()),
+              fmt::format("set the scheduler of port {}", port));
+        return Json{{"scheduler_mode", mode}, {"weights", weights}};
+    });
 }
 
 } // namespace
@@ -262,13 +303,14 @@ Family qos_family()
 {
     const Kind up_to_7 = number(0, 7);
     const Kind up_to_3 = number(0, 3);
-    const Argument port{"PORT", "port: 0, 1 or 8", any_port(), true};
+    const Argument ports = ports_required(any_ports());
     const Argument state{"STATE", "on or off", on_off(), true};
-    const Argument tc{"CLASS", "traffic class, 0 to 7", up_to_7, true};
+    const Argument tc{"TC", "traffic class, 0 to 7", up_to_7, true};
     return {
         "qos",
         "Traffic classes and queues",
         {
+            {"qos show", "Show all of the classes and queues", {}, show},
             {"qos cosq", "Queues of the whole switch (class A), and CoS of each port", {}, {}},
             {"qos cosq show", "Show the queues, their scheduler, and which ports have CoS on", {}, show_cosq},
             {"qos cosq map",
@@ -280,15 +322,15 @@ Family qos_family()
              {{"MODE", "1, 2 or 3; mode 3 has weights", one_of({1, 2, 3}), true},
               {"--weights", "of queues 0 to 3, such as 4,3,2,1", list_of(4, number(0, 255))}},
              schedule_cosq},
-            {"qos cosq enable", "Switch CoS on or off for a port", {port, state}, enable_cosq},
+            {"qos cosq enable", "Switch CoS of ports on or off", {ports, state}, enable_cosq},
             {"qos cosq layer",
              "Select the layer to classify by (class A); each start of the library, as by eswctl, selects 0",
              {{"LAYER", "0 to 3", up_to_3, true}},
              select_layer},
             {"qos port", "Traffic classes and queues of each port (most of it class B)", {}, {}},
             {"qos port show",
-             "Show the classes and queues of one port, or of all",
-             {{"PORT", "port: 0, 1 or 8", any_port()}},
+             "Show the classes and queues of ports",
+             {ports_to_show(any_ports())},
              show_port},
             {"qos port dscp-map", "Traffic classes of DSCPs, the same at all ports", {}, {}},
             {"qos port dscp-map show", "Show the class of each DSCP", {}, show_dscp_map},
@@ -297,28 +339,28 @@ Family qos_family()
              {{"DSCP", "0 to 63", number(0, 63), true}, tc},
              set_dscp},
             {"qos port dscp-mode",
-             "Switch a port's classification by DSCP on or off",
-             {port, state},
+             "Switch the classification by DSCP of ports on or off",
+             {ports, state},
              set_dscp_mode},
             {"qos port class-source",
-             "Set one of a port's class source selectors (class B)",
-             {port, {"INDEX", "0 to 7", up_to_7, true}, {"SOURCE", "0 to 3", up_to_3, true}},
+             "Set one of the class source selectors of ports (class B)",
+             {ports, {"INDEX", "0 to 7", up_to_7, true}, {"SOURCE", "0 to 3", up_to_3, true}},
              set_source},
             {"qos port queue",
-             "Choose the queue of a class at a port (class B)",
-             {port, tc, {"QUEUE", "0 to 7", up_to_7, true}},
+             "Choose the queue of a class at ports (class B)",
+             {ports, tc, {"QUEUE", "0 to 7", up_to_7, true}},
              set_queue},
             {"qos port drop",
-             "Set or clear the drop flag of a class at a port (class B)",
-             {port, tc, state},
+             "Set or clear the drop flag of a class at ports (class B)",
+             {ports, tc, state},
              set_drop},
             {"qos port default-class",
-             "Set the class of a port's frames that get none otherwise (class B)",
-             {port, tc},
+             "Set the class of frames at ports that get none otherwise (class B)",
+             {ports, tc},
              set_default_class},
             {"qos port scheduler",
-             "Choose how a port's queues are served (class B)",
-             {port,
+             "Choose how the queues of ports are served (class B)",
+             {ports,
               {"MODE", "1, 3 or 7", one_of({1, 3, 7}), true},
               {"--weights", "of queues 0 to 7, each 1 to 256 (default: as they are)",
                list_of(classes, number(1, 256))}},

@@ -81,41 +81,43 @@ Json limit_of(const Direction &direction, uint32_t port)
     check(direction.get(port, &rate, &burst), fmt::format("read the {} limit", direction.name));
     const bool of_packets = &direction == &egress && port == cpu_port && is_class_b() && counts_packets();
     if (burst == off || of_packets)
-        return {{"port", port}, {"limited", false}, {"rate", nullptr}, {"burst", nullptr}};
-    return {{"port", port}, {"limited", true}, {"rate", rate}, {"burst", burst}};
+        return {{"limited", false}, {"rate", nullptr}, {"burst", nullptr}};
+    return {{"limited", true}, {"rate", rate}, {"burst", burst}};
 }
 
 Report show(const Direction &direction, const Arguments &arguments)
 {
-    Json rows = Json::array();
-    for (const uint32_t port : direction.ports) {
-        if (arguments["PORT"].is_null() || arguments["PORT"] == port)
-            rows.push_back(limit_of(direction, port));
-    }
-    return table(direction.name,
-                 {{"port", "port"},
-                  {"limited", "limited"},
-                  {"rate", "rate", "kbit/s"},
-                  {"burst", "burst", "kilobytes"}},
-                 std::move(rows));
+    return port_table(arguments,
+                      {{"limited", "limited"}, {"rate", "rate", "kbit/s"}, {"burst", "burst", "kB"}},
+                      [&](uint32_t port) { return limit_of(direction, port); });
+}
+
+std::string account_of(const Direction &direction, const Json &limit)
+{
+    if (!limit["limited"].get<bool>())
+        return fmt::format("port {}: {} limit off", limit["port"].dump(), direction.name);
+    return fmt::format("port {}: {} limited to {} kbit/s with bursts of {} kB{}{}", limit["port"].dump(),
+                       direction.name, limit["rate"].dump(), limit["burst"].dump(),
+                       rounding(limit["asked_rate"], limit["rate"], "kbit/s"),
+                       rounding(limit["asked_burst"], limit["burst"], "kB"));
 }
 
 Report set(const Direction &direction, const Arguments &arguments)
 {
-    const auto port = arguments["PORT"].get<uint32_t>();
     const Json &rate = arguments["RATE"];
     const Json &burst = arguments["--burst"];
-    check(direction.set(port, rate.get<uint32_t>(), burst.get<uint32_t>()),
-          fmt::format("set the {} limit", direction.name));
-    Json value = limit_of(direction, port);
-    if (!value["limited"].get<bool>())
-        return done(fmt::format("port {}: {} limit off", port, direction.name), std::move(value));
-    const std::string sentence =
-        fmt::format("port {}: {} limited to {} kbit/s with bursts of {} kilobytes{}{}", port, direction.name,
-                    value["rate"].dump(), value["burst"].dump(), rounding(rate, value["rate"], "kbit/s"),
-                    rounding(burst, value["burst"], "kilobytes"));
-    value.update({{"asked_rate", rate}, {"asked_burst", burst}});
-    return done(sentence, std::move(value));
+    Report report = set_ports(arguments, "", [&](uint32_t port) {
+        check(direction.set(port, rate.get<uint32_t>(), burst.get<uint32_t>()),
+              fmt::format("set the {} limit of port {}", direction.name, port));
+        Json limit = limit_of(direction, port);
+        limit["asked_rate"] = rate;
+        limit["asked_burst"] = burst;
+        return limit;
+    });
+    report.sentence = "";
+    for (const Json &row : report.value["ports"])
+        report.sentence += (report.sentence.empty() ? "" : "\n") + account_of(direction, row);
+    return report;
 }
 
 Json packet_limit()
@@ -152,35 +154,66 @@ Report set_cpu(const Arguments &arguments)
     return done(sentence, std::move(value));
 }
 
+Json control_mode(uint32_t port)
+{
+    uint32_t mode = 0;
+    check(eth_port_rate_ingress_control_get(port, &mode),
+          fmt::format("read the ingress rate control of port {}", port));
+    return {{"mode", mode}};
+}
+
 Report ingress_control(const Arguments &arguments)
 {
-    const auto port = arguments["PORT"].get<uint32_t>();
-    uint32_t mode = 0;
-    if (!arguments["MODE"].is_null())
-        check(eth_port_rate_ingress_control_set(port, arguments["MODE"].get<uint32_t>()),
-              "set the ingress rate control");
-    check(eth_port_rate_ingress_control_get(port, &mode), "read the ingress rate control");
-    return record({{"port", "port"}, {"mode", "ingress rate control mode"}},
-                  {{"port", port}, {"mode", mode}});
+    const Json &mode = arguments["MODE"];
+    if (mode.is_null())
+        return port_table(arguments, {{"mode", "ingress rate control mode"}}, control_mode);
+    return set_ports(arguments, fmt::format("ingress rate control mode {}", mode.dump()), [&](uint32_t port) {
+        check(eth_port_rate_ingress_control_set(port, mode.get<uint32_t>()),
+              fmt::format("set the ingress rate control of port {}", port));
+        return control_mode(port);
+    });
+}
+
+// All of them at a glance: port 8 has no limit of what it receives.
+Report show_all(const Arguments &)
+{
+    Json rows = Json::array();
+    for (const uint32_t port : egress.ports) {
+        const bool receives = std::ranges::find(ingress.ports, port) != ingress.ports.end();
+        rows.push_back({{"port", port},
+                        {"egress", limit_of(egress, port)},
+                        {"ingress", receives ? limit_of(ingress, port) : Json()},
+                        {"ingress_control", receives ? control_mode(port)["mode"] : Json()}});
+    }
+    Report report = table("ports",
+                          {{"port", "port"},
+                           {"/egress/rate", "egress", "kbit/s"},
+                           {"/egress/burst", "burst", "kB"},
+                           {"/ingress/rate", "ingress", "kbit/s"},
+                           {"/ingress/burst", "burst", "kB"},
+                           {"ingress_control", "ingress control"}},
+                          std::move(rows));
+    report.value["cpu"] = packet_limit();
+    report.sections.push_back({"cpu", {{"packet_rate", "CPU port limit", "packets/s"}}});
+    return report;
 }
 
 // "rate egress", "rate egress show" and "rate egress set".
-void append_direction(std::vector<Command> &commands, const Direction &direction, const Kind &port,
+void append_direction(std::vector<Command> &commands, const Direction &direction, const Kind &ports,
                       const std::string &what)
 {
     const std::string words = fmt::format("rate {}", direction.name);
-    const std::string ports = "port: " + port.accepted;
     commands.push_back({words, fmt::format("Limits of what ports {}", what), {}, {}});
     commands.push_back({words + " show",
-                        fmt::format("Show how much one port, or each, may {}", what),
-                        {{"PORT", ports, port}},
+                        fmt::format("Show how much ports may {}", what),
+                        {ports_to_show(ports)},
                         [&direction](const Arguments &a) { return show(direction, a); }});
     commands.push_back({words + " set",
-                        fmt::format("Limit how much a port may {}; the switch rounds down", what),
-                        {{"PORT", ports, port, true},
+                        fmt::format("Limit how much ports may {}; the switch rounds down", what),
+                        {ports_required(ports),
                          {"RATE", "64k, 100M, 1.5G or kbit/s; off for no limit", bit_rate, true},
-                         {"--burst", fmt::format("bucket size in kilobytes (default {})", usual_burst),
-                          number(0, largest_burst, "kilobytes"), false, false, usual_burst}},
+                         {"--burst", fmt::format("bucket size in kB (default {})", usual_burst),
+                          number(0, largest_burst, "kB"), false, false, usual_burst}},
                         [&direction](const Arguments &a) { return set(direction, a); }});
 }
 
@@ -188,9 +221,12 @@ void append_direction(std::vector<Command> &commands, const Direction &direction
 
 Family rate_family()
 {
+    Argument control_ports = ports_to_show(phy_ports());
+    control_ports.repeated = false; // a mode may follow
     std::vector<Command> commands;
-    append_direction(commands, egress, any_port(), "send");
-    append_direction(commands, ingress, phy_port(), "receive");
+    commands.push_back({"rate show", "Show all limits", {}, show_all});
+    append_direction(commands, egress, any_ports(), "send");
+    append_direction(commands, ingress, phy_ports(), "receive");
     commands.push_back({"rate cpu", "Packet rate of the port that faces the processor", {}, {}});
     commands.push_back({"rate cpu show", "Show the packet limit of the CPU port", {}, show_cpu});
     commands.push_back({"rate cpu set",
@@ -198,8 +234,8 @@ Family rate_family()
                         {{"RATE", "packets per second; off for no limit, on class B", packet_rate, true}},
                         set_cpu});
     commands.push_back({"rate ingress-control",
-                        "Show or set a port's ingress rate control",
-                        {{"PORT", "port: 0 or 1", phy_port(), true}, {"MODE", "0 to 9", number(0, 9)}},
+                        "Show or set the ingress rate control of ports",
+                        {control_ports, {"MODE", "0 to 9", number(0, 9)}},
                         ingress_control});
     return {"rate", "Rate limits of ports", std::move(commands)};
 }

@@ -27,7 +27,7 @@ Report show(const Arguments &arguments)
         rows.push_back({{"page", hex(page, 8)},
                         {"offset", hex(offset, 8)},
                         {"width", width},
-                        {"value", hex(value, width)}});
+                        {"value", hex(value & UINT64_MAX >> (64 - width), width)}});
     }
     return table("registers",
                  {{"page", "page"}, {"offset", "offset"}, {"width", "width", "bits"}, {"value", "value"}},

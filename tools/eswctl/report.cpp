@@ -33,7 +33,7 @@ Json member(const Json &object, const std::string &key)
     return key.starts_with('/') ? object.value(Json::json_pointer(key), Json()) : object.value(key, Json());
 }
 
-// Numbers stand on the right.
+// Numbers stand on the right, and what is missing in their place.
 bool is_numeric(const Json &rows, const std::string &key)
 {
     return std::ranges::all_of(rows, [&](const Json &row) {
@@ -119,11 +119,13 @@ Report record(std::vector<Column> columns, Json value)
 
 Report done(const std::string &sentence, Json value) { return {std::move(value), {}, sentence}; }
 
+Report changed(const std::string &sentence, const Report &state) { return done(sentence, state.value); }
+
 std::string as_text(const Report &report)
 {
     std::string text = report.text;
     for (const Section &section : report.sections) {
-        const Json &value = section.key.empty() ? report.value : report.value.at(section.key);
+        const Json value = section.key.empty() ? report.value : member(report.value, section.key);
         text += (text.empty() ? "" : "\n");
         text += value.is_array() ? table_text(section, value) : record_text(section, value);
     }

@@ -19,7 +19,7 @@ struct Column {
 
 // A section shows an array of objects as a table, or an object as lines of a name and a value each.
 struct Section {
-    std::string key; // member of the value; empty for the value itself
+    std::string key; // a member's name, or a pointer into the value; empty for the value itself
     std::vector<Column> columns;
     std::string when_empty = ""; // what an empty array means
 };
@@ -40,6 +40,7 @@ Report table(const std::string &key, std::vector<Column> columns, Json rows,
              const std::string &when_empty = "");
 Report record(std::vector<Column> columns, Json value);
 Report done(const std::string &sentence, Json value);
+Report changed(const std::string &sentence, const Report &state); // a new state, told in one line
 
 std::string as_text(const Report &report);
 std::string as_json(const Report &report);

@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <set>
 
 #include <esw.h>
 #include <fmt/format.h>
@@ -27,10 +26,9 @@ const Source snapshot_source{ETH_STAT_SNAPSHOT, "value", "value"};
 
 std::vector<Source> sources(const Json &given)
 {
-    const auto ports = given.is_null() ? ports_or_all(given) : given.get<std::vector<uint32_t>>();
     std::vector<Source> list;
-    for (const uint32_t port : std::set(ports.begin(), ports.end()))
-        list.push_back({port, fmt::format("port_{}", port), fmt::format("port {}", port)});
+    for (const uint32_t port : ports_in(given))
+        list.push_back({port, fmt::format("port{}", port), fmt::format("port {}", port)});
     return list;
 }
 
@@ -129,7 +127,7 @@ uint64_t progress(uint64_t before, uint64_t now)
     return before <= UINT32_MAX && round <= INT32_MAX ? round : now;
 }
 
-std::string rate_key(const Source &source) { return fmt::format("rate_{}", source.port); }
+std::string rate_key(const Source &source) { return fmt::format("rate{}", source.port); }
 
 void add_rates(Json &rows, const Json &before, const std::vector<Source> &from, double seconds)
 {
@@ -213,7 +211,7 @@ Report write_export(const Arguments &arguments)
 {
     const std::string text = as_prometheus(sources(arguments["PORT"]));
     Json value = {{"format", arguments["--format"]}};
-    if (arguments["--output"].is_null()) {
+    if (arguments["--output"].is_null() || arguments["--output"] == "-") {
         value["text"] = text;
         return {.value = std::move(value), .text = text};
     }
@@ -227,7 +225,7 @@ Report write_export(const Arguments &arguments)
 
 Family stat_family()
 {
-    const Argument ports{"PORT", "ports: 0, 1 or 8 (default all)", any_port(), false, true};
+    const Argument ports = ports_to_show(any_ports());
     const Argument all{"--all", "show counters at zero too", {}};
     const Argument numbers{"--counter", "only these counters: numbers 0 to 153", number(0, ETH_STAT_LAST),
                            false, true};
@@ -241,14 +239,17 @@ Family stat_family()
                  {ports,
                   all,
                   numbers,
-                  {"--interval", "seconds between two looks (default 1)",
+                  {"--interval", "between two looks (default 1)",
                    number(first_interval, last_interval, "seconds"), false, false, first_interval},
                   {"--count", "end after so many looks", number(1, UINT32_MAX), false, false, UINT64_MAX}},
-                 watch},
+                 watch,
+                 false,
+                 false,
+                 true},
                 {"stat clear", "Clear the counters of all ports", {}, clear, true},
                 {"stat snapshot",
                  "Show the latched counters, of the port that is given or of the one latched last",
-                 {{"PORT", "latch this port's counters first: 0, 1 or 8", any_port()},
+                 {{"PORT", "port to latch first: 0, 1 or 8", any_port()},
                   {"--mode", "set the snapshot mode bit: 0 or 1", number(0, 1)},
                   all,
                   numbers},
@@ -257,7 +258,8 @@ Family stat_family()
                  "Print or write the counters for a monitoring system",
                  {ports,
                   {"--format", "prometheus (default)", choice({"prometheus"}), false, false, "prometheus"},
-                  {"--output", "write this file; nobody sees it half written", file_name()}},
+                  {"--output", "write this file, which nobody sees half written; - for standard output",
+                   file_name()}},
                  write_export},
             }};
 }

@@ -26,6 +26,17 @@ void occupy_standard_descriptors()
     }
 }
 
+std::optional<TerminalSize> terminal_behind(int descriptor)
+{
+    const char *kind = getenv("TERM");
+    const char *plain = getenv("NO_COLOR");
+    winsize size{};
+    if (!kind || strcmp(kind, "dumb") == 0 || (plain && *plain) || ioctl(descriptor, TIOCGWINSZ, &size) != 0)
+        return std::nullopt;
+    const auto known = [](size_t given, size_t usual) { return given == 0 ? usual : given; };
+    return TerminalSize{known(size.ws_row, 24), known(size.ws_col, 80)};
+}
+
 } // namespace
 
 void separate_output()
@@ -47,17 +58,8 @@ bool print(const std::string &text)
     return true;
 }
 
-std::optional<TerminalSize> terminal_size()
-{
-    const char *kind = getenv("TERM");
-    const char *plain = getenv("NO_COLOR");
-    winsize size{};
-    if (!kind || strcmp(kind, "dumb") == 0 || (plain && *plain) || ioctl(own_output, TIOCGWINSZ, &size) != 0)
-        return std::nullopt;
-    if (size.ws_row == 0 || size.ws_col == 0) // unknown
-        return TerminalSize{24, 80};
-    return TerminalSize{size.ws_row, size.ws_col};
-}
+std::optional<TerminalSize> output_terminal() { return terminal_behind(own_output); }
+std::optional<TerminalSize> error_terminal() { return terminal_behind(STDERR_FILENO); }
 
 bool confirm(const std::string &question)
 {

@@ -17,8 +17,10 @@ struct TerminalSize {
     size_t rows, columns;
 };
 
-// Of the terminal that output goes to; none when it goes elsewhere, or to a terminal that shall stay plain.
-std::optional<TerminalSize> terminal_size();
+// Of the terminal that output goes to, or standard error; none when it goes elsewhere, or to a terminal that
+// shall stay plain.
+std::optional<TerminalSize> output_terminal();
+std::optional<TerminalSize> error_terminal();
 
 // Asks on the terminal; true without asking when there is none.
 bool confirm(const std::string &question);

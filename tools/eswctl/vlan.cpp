@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include "eswctl/families.h"
+#include "eswctl/notation.h"
 #include "eswctl/output.h"
 #include "eswctl/terminal.h"
 
@@ -43,6 +44,12 @@ void telling_once(const std::function<void()> &calls)
     calls();
 }
 
+const Meanings meanings = {
+    {ETH_E_FAIL, "/dev/shm/vid_list.cfg cannot be read or written; eswctl vlan init makes it anew"},
+    {ETH_E_NOT_FOUND, "it does not exist"},
+    {ETH_E_EXISTS, "it exists already"},
+};
+
 // From one or several lists, in ascending order.
 Vids vids_of(const Json &given)
 {
@@ -57,21 +64,10 @@ Vids vids_of(const Json &given)
 // "VLAN 7", "VLANs 10-20,30"
 std::string names(const Vids &vids)
 {
-    std::string ranges;
-    for (size_t first = 0, last = 0; first < vids.size(); first = ++last) {
-        while (last + 1 < vids.size() && vids[last + 1] == vids[last] + 1)
-            ++last;
-        ranges += fmt::format("{}{}", ranges.empty() ? "" : ",", vids[first]);
-        if (last != first)
-            ranges += fmt::format("-{}", vids[last]);
-    }
-    return fmt::format("VLAN{} {}", vids.size() == 1 ? "" : "s", ranges);
+    return fmt::format("VLAN{} {}", vids.size() == 1 ? "" : "s", ranges_of(vids));
 }
 
-bool exists(uint16_t vid)
-{
-    return check(get_vid(vid), "read /dev/shm/vid_list.cfg, which vlan init would make anew") != 0;
-}
+bool exists(uint16_t vid) { return check(get_vid(vid), fmt::format("look for VLAN {}", vid), meanings) != 0; }
 
 Vids existing(const Vids &among)
 {
@@ -92,7 +88,8 @@ Json ports_of(uint16_t vid)
 {
     uint32_t members = 0;
     uint32_t untagged = 0;
-    check(eth_vlan_port_get(vid, &members, &untagged), fmt::format("read the ports of VLAN {}", vid));
+    check(eth_vlan_port_get(vid, &members, &untagged), fmt::format("read the ports of VLAN {}", vid),
+          meanings);
     return {{"vid", vid}, {"members", from_port_set(members)}, {"untagged", from_port_set(untagged)}};
 }
 
@@ -109,21 +106,21 @@ Report show(const Arguments &arguments)
             rows.push_back(ports_of(vid));
     });
     return table("vlans", {{"vid", "VID"}, {"members", "members"}, {"untagged", "untagged"}}, std::move(rows),
-                 given.is_null() ? "no VLANs" : "no such VLANs");
+                 given.is_null() ? "no VLANs" : "none of these VLANs exists");
 }
 
 // Does something to each VLAN of the argument, up to the first that refuses.
-Report change(const Json &given, const std::string &infinitive, const std::string &participle,
+Report change(const Json &given, const std::string &infinitive, const std::string &outcome,
               const std::function<int32_t(uint16_t)> &call, const Json &details)
 {
     const Vids vids = vids_of(given);
     telling_once([&] {
         for (const uint16_t vid : vids)
-            check(call(vid), fmt::format("{} VLAN {}", infinitive, vid));
+            check(call(vid), fmt::format("{} VLAN {}", infinitive, vid), meanings);
     });
     Json value = {{"vids", vids}};
     value.update(details);
-    return done(fmt::format("{} {}", names(vids), participle), std::move(value));
+    return done(fmt::format("{}: {}", names(vids), outcome), std::move(value));
 }
 
 // The library does not tell when the membership file could not be written.
@@ -150,8 +147,14 @@ Report add(const Arguments &arguments)
                                "PORTS: use member ports, untagged PORTS or both, as in 0,1 untagged 1");
     const Json members = ports.contains("ports") ? ports["ports"] : Json::array();
     const Json untagged = ports.contains("untagged") ? ports["untagged"] : arguments["--untagged"];
+    std::string outcome;
+    if (!members.empty())
+        outcome = fmt::format("{} added", name_ports(members.get<std::vector<uint32_t>>()));
+    if (!untagged.empty())
+        outcome += fmt::format("{}{} untagged", outcome.empty() ? "" : ", ",
+                               name_ports(untagged.get<std::vector<uint32_t>>()));
     return change(
-        {arguments["VID"]}, "add ports to", "changed",
+        {arguments["VID"]}, "add ports to", outcome.empty() ? "no ports added" : outcome,
         [&](uint16_t vid) { return eth_vlan_port_add(vid, to_port_set(members), to_port_set(untagged)); },
         {{"added_members", members}, {"added_untagged", untagged}});
 }
@@ -160,7 +163,9 @@ Report remove(const Arguments &arguments)
 {
     const Json ports =
         ports_by_word(arguments["PORTS"], "ports", "PORTS: use the ports to remove, as in 0,1")["ports"];
-    return change({arguments["VID"]}, "remove ports from", "changed",
+    return change({arguments["VID"]}, "remove ports from",
+                  ports.empty() ? "no ports removed"
+                                : fmt::format("{} removed", name_ports(ports.get<std::vector<uint32_t>>())),
                   [&](uint16_t vid) { return eth_vlan_port_remove(vid, to_port_set(ports)); },
                   {{"removed", ports}});
 }
@@ -169,8 +174,8 @@ Report remove(const Arguments &arguments)
 void empty(int32_t (*call)(), const std::string &what)
 {
     telling_once([&] {
-        check(call(), what);
-        check(existing(all_vids()).empty() ? ETH_E_NONE : ETH_E_FAIL, what);
+        check(call(), what, meanings);
+        check(existing(all_vids()).empty() ? ETH_E_NONE : ETH_E_FAIL, what, meanings);
     });
 }
 

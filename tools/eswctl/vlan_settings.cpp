@@ -20,33 +20,36 @@ Json default_tag(uint32_t port)
     uint32_t priority = 0;
     check(eth_port_untagged_vlan_get(port, &pvid), "read the PVID");
     check(eth_port_untagged_priority_get(port, &priority), "read the default priority");
-    return {{"port", port}, {"pvid", pvid}, {"priority", priority}};
+    return {{"pvid", pvid}, {"priority", priority}};
 }
 
-Report default_tags(const Json &port)
+Report default_tags(const Arguments &arguments)
 {
-    Json rows = Json::array();
-    for (const uint32_t each : ports_or_all(port))
-        rows.push_back(default_tag(each));
-    return table("ports", {{"port", "port"}, {"pvid", "PVID"}, {"priority", "priority"}}, std::move(rows));
+    return port_table(arguments, {{"pvid", "PVID"}, {"priority", "priority"}}, default_tag);
 }
 
 Report pvid(const Arguments &arguments)
 {
-    const Json &port = arguments["PORT"];
-    if (!arguments["VID"].is_null())
-        check(eth_port_untagged_vlan_set(port.get<uint32_t>(), arguments["VID"].get<uint16_t>()),
-              "set the PVID");
-    return default_tags(port);
+    const Json &vid = arguments["VID"];
+    if (vid.is_null())
+        return default_tags(arguments);
+    return set_ports(arguments, fmt::format("PVID {}", vid.dump()), [&](uint32_t port) {
+        check(eth_port_untagged_vlan_set(port, vid.get<uint16_t>()),
+              fmt::format("set the PVID of port {}", port));
+        return default_tag(port);
+    });
 }
 
 Report priority(const Arguments &arguments)
 {
-    const Json &port = arguments["PORT"];
-    if (!arguments["PRIORITY"].is_null())
-        check(eth_port_untagged_priority_set(port.get<uint32_t>(), arguments["PRIORITY"].get<int32_t>()),
-              "set the default priority");
-    return default_tags(port);
+    const Json &priority = arguments["PRIORITY"];
+    if (priority.is_null())
+        return default_tags(arguments);
+    return set_ports(arguments, fmt::format("default priority {}", priority.dump()), [&](uint32_t port) {
+        check(eth_port_untagged_priority_set(port, priority.get<int32_t>()),
+              fmt::format("set the default priority of port {}", port));
+        return default_tag(port);
+    });
 }
 
 // ---- Modes and switches
@@ -54,8 +57,9 @@ Report priority(const Arguments &arguments)
 Report mode(const Arguments &arguments)
 {
     const Json &given = arguments["MODE"];
-    if (!arguments["STATE"].is_null())
-        check(eth_vlan_mode_set(given.get<uint32_t>(), arguments["STATE"].get<bool>()),
+    const Json &state = arguments["STATE"];
+    if (!state.is_null())
+        check(eth_vlan_mode_set(given.get<uint32_t>(), state.get<bool>()),
               fmt::format("switch VLAN mode {}", given.dump()));
     Json rows = Json::array();
     for (uint32_t number = 0; number <= last_mode; ++number) {
@@ -65,7 +69,10 @@ Report mode(const Arguments &arguments)
         check(eth_vlan_mode_get(number, &enabled), "read the VLAN mode");
         rows.push_back({{"mode", number}, {"enabled", enabled != 0}});
     }
-    return table("modes", {{"mode", "mode"}, {"enabled", "enabled"}}, std::move(rows));
+    Report report = table("modes", {{"mode", "mode"}, {"enabled", "enabled"}}, std::move(rows));
+    return state.is_null()
+               ? report
+               : changed(fmt::format("VLAN mode {} {}", given.dump(), on_or_off(state.get<bool>())), report);
 }
 
 // A setting that is on or off for the whole switch.
@@ -78,7 +85,7 @@ struct Setting {
     int32_t (*get)(uint32_t *);
 };
 constexpr Setting settings[] = {
-    {"vlan learning", "Show or set the learning mode: 3 is on, 0 is off", "learning_mode", "learning mode",
+    {"vlan learning", "Show or set learning: on is learning mode 3, off is 0", "learning", "VLAN learning",
      eth_vlan_learning_mode_set, eth_vlan_learning_mode_get},
     {"vlan drop-miss", "Show or set whether frames of VIDs that the VLAN table does not know are dropped",
      "drop_miss", "drop on table miss", eth_vlan_drop_vtbl_miss_set, eth_vlan_drop_vtbl_miss_get},
@@ -88,12 +95,15 @@ constexpr Setting settings[] = {
 
 Report change(const Setting &setting, const Arguments &arguments)
 {
+    const Json &state = arguments["STATE"];
     uint32_t value = 0;
-    if (!arguments["STATE"].is_null())
-        check(setting.set(arguments["STATE"].get<bool>()), fmt::format("set the {}", setting.title));
-    check(setting.get(&value), fmt::format("read the {}", setting.title));
-    const bool is_level = setting.get == eth_vlan_learning_mode_get;
-    return record({{setting.key, setting.title}}, {{setting.key, is_level ? Json(value) : Json(value != 0)}});
+    if (!state.is_null())
+        check(setting.set(state.get<bool>()), fmt::format("switch {}", setting.title));
+    check(setting.get(&value), fmt::format("read the state of {}", setting.title));
+    Report report = record({{setting.key, setting.title}}, {{setting.key, value != 0}});
+    return state.is_null()
+               ? report
+               : changed(fmt::format("{} {}", setting.title, on_or_off(state.get<bool>())), report);
 }
 
 // ---- Egress translation
@@ -106,30 +116,26 @@ Json translation(uint32_t port, uint8_t index)
     return {{"port", port}, {"index", index}, {"vid", vid}, {"code", code}};
 }
 
-Report translations(Json rows)
-{
-    return table("translations", {{"port", "port"}, {"index", "index"}, {"vid", "VID"}, {"code", "code"}},
-                 std::move(rows), "no translations");
-}
-
+// An index that is asked for is shown even where it is not in use.
 Report show_translations(const Arguments &arguments)
 {
     const Json &index = arguments["INDEX"];
-    if (!index.is_null())
-        return translations({translation(arguments["PORT"].get<uint32_t>(), index.get<uint8_t>())});
-    const auto ports = ports_or_all(arguments["PORT"]);
-    Progress progress("reading translations", ports.size() * (last_index + 1));
+    const unsigned first = index.is_null() ? 0 : index.get<unsigned>();
+    const unsigned last = index.is_null() ? last_index : first;
+    const std::vector<uint32_t> ports = ports_in(arguments["PORT"]);
+    Progress progress("reading translations", ports.size() * (last - first + 1));
     Json rows = Json::array();
     size_t seen = 0;
     for (const uint32_t port : ports) {
-        for (unsigned each = 0; each <= last_index; ++each) {
+        for (unsigned each = first; each <= last; ++each) {
             Json row = translation(port, static_cast<uint8_t>(each));
-            if (row["vid"] != 0 || row["code"] != 0)
+            if (!index.is_null() || row["vid"] != 0 || row["code"] != 0)
                 rows.push_back(std::move(row));
             progress.advance_to(++seen);
         }
     }
-    return translations(std::move(rows));
+    return table("translations", {{"port", "port"}, {"index", "index"}, {"vid", "VID"}, {"code", "code"}},
+                 std::move(rows), "no translations");
 }
 
 // Read back: a chip without egress translation takes an entry and forgets it.
@@ -144,7 +150,9 @@ Report add_translation(const Arguments &arguments)
     if ((row["vid"] != vid || row["code"] != code) && !withholds_writes())
         throw Refused{"cannot add the translation: the switch did not keep it; not every chip has egress "
                       "translation"};
-    return translations({std::move(row)});
+    return done(
+        fmt::format("port {}: translation {} to VID {}, code {}", port, index, vid.dump(), code.dump()),
+        std::move(row));
 }
 
 Report clear_translations(const Arguments &)
@@ -157,16 +165,17 @@ Report clear_translations(const Arguments &)
 
 std::vector<Command> vlan_setting_commands()
 {
-    const Argument port{"PORT", "port: 0, 1 or 8", any_port()};
+    Argument ports = ports_to_show(any_ports());
+    ports.repeated = false; // a value may follow
     const Argument state{"STATE", "on or off", on_off()};
     std::vector<Command> commands = {
         {"vlan pvid",
-         "Show or set the VID that untagged frames get on a port",
-         {port, {"VID", "0 to 4095", vid()}},
+         "Show or set the VID that untagged frames get on ports",
+         {ports, {"VID", "0 to 4095", vid()}},
          pvid},
         {"vlan priority",
-         "Show or set the priority that untagged frames get on a port",
-         {port, {"PRIORITY", "0 to 7", number(0, 7)}},
+         "Show or set the priority that untagged frames get on ports",
+         {ports, {"PRIORITY", "0 to 7", number(0, 7)}},
          priority},
         {"vlan mode",
          "Show or set the numbered VLAN modes",
@@ -181,7 +190,7 @@ std::vector<Command> vlan_setting_commands()
     const Argument index{"INDEX", "0 to 255", number(0, last_index)};
     const Command translate[] = {
         {"vlan translate", "Egress VLAN translation", {}, {}},
-        {"vlan translate show", "Show the entries in use, or a single one", {out, index}, show_translations},
+        {"vlan translate show", "Show the entries in use, or single ones", {ports, index}, show_translations},
         {"vlan translate add",
          "Write an entry",
          {{out.name, out.help, out.kind, true},

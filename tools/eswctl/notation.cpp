@@ -1,0 +1,51 @@
+#include "eswctl/notation.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+namespace eswctl {
+
+std::vector<std::string> split(const std::string &list)
+{
+    std::vector<std::string> items(1);
+    for (const char c : list) {
+        if (c == ',')
+            items.emplace_back();
+        else
+            items.back() += c;
+    }
+    return items;
+}
+
+Json ascending(std::vector<uint32_t> numbers)
+{
+    std::ranges::sort(numbers);
+    numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
+    return numbers;
+}
+
+std::string enumerate(const std::vector<std::string> &words)
+{
+    std::string text;
+    for (size_t i = 0; i < words.size(); ++i) {
+        const char *separator = i == 0 ? "" : i + 1 == words.size() ? " or " : ", ";
+        text += separator + words[i];
+    }
+    return text;
+}
+
+std::string ranges_of(const std::vector<uint16_t> &vids)
+{
+    std::string ranges;
+    for (size_t first = 0, last = 0; first < vids.size(); first = ++last) {
+        while (last + 1 < vids.size() && vids[last + 1] == vids[last] + 1)
+            ++last;
+        ranges += fmt::format("{}{}", ranges.empty() ? "" : ",", vids[first]);
+        if (last != first)
+            ranges += fmt::format("-{}", vids[last]);
+    }
+    return ranges;
+}
+
+} // namespace eswctl
