@@ -23,6 +23,11 @@ if(ESW_TOOLS)
     install(FILES ${generated}/man1/eswctl.1 ${PROJECT_SOURCE_DIR}/docs/man/esw-sim.1
         DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
     install(FILES ${generated}/bash/eswctl DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+    # The script completes "esw-sim eswctl ..." too; these two shells look for a file of the command's name.
+    install(FILES ${generated}/bash/eswctl DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+        RENAME esw-sim)
+    install(FILES ${generated}/fish/eswctl.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
+        RENAME esw-sim.fish)
     install(FILES ${generated}/zsh/_eswctl DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
     install(FILES ${generated}/fish/eswctl.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 endif()

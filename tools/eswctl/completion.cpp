@@ -1,9 +1,7 @@
 // completion: scripts for shells, made from the same tables as the command line itself.
-#include <algorithm>
-#include <iterator>
-#include <map>
-#include <sstream>
-
+//
+// All shells share one table and one walk over it, in the language of sh. Bash and zsh read these as their
+// own; fish hands them to sh. What a shell adds is how it asks, and how it shows the offers.
 #include <fmt/format.h>
 
 #include "eswctl/cli.h"
@@ -12,47 +10,35 @@
 namespace eswctl {
 namespace {
 
-// Values that only the switch knows come from the tool's own JSON.
-struct Source {
-    const char *name;
-    const char *shell; // prints the values
-};
-constexpr Source sources[] = {
-    {"vlan", R"(eswctl vlan show --json 2>/dev/null | sed -n 's/.*"vid": \([0-9]*\).*/\1/p')"},
-    {"cfp", R"(eswctl cfp show --json 2>/dev/null | sed -n 's/.*"slot": \([0-9]*\).*/\1/p')"},
-};
-
-std::string shell_of(const std::string &name)
+// Rows are "PLACE|SLOT|OFFER|DESCRIPTION". A place is a command's words, each behind a blank; "-" is any
+// place. A slot is "word" (the next word of a command), "option", an option's name (its value), a number (the
+// argument at this position) or "more" (those behind the last position); with a comma, a value further on in
+// a list. An offer is a text, or where offers come from, or nothing when only the user knows.
+std::string row(const std::string &place, const std::string &slot, const std::string &offer,
+                const std::string &description)
 {
-    for (const Source &source : sources) {
-        if (name == source.name)
-            return source.shell;
-    }
-    return "";
+    return fmt::format("{}|{}|{}|{}\n", place, slot, offer, description);
 }
 
-std::vector<std::string> split_words(const std::string &text)
+bool may_repeat(const Kind &kind, const std::string &word)
 {
-    std::istringstream stream(text);
-    return {std::istream_iterator<std::string>(stream), {}};
+    return !kind.parse(word + ',' + word).is_null();
 }
 
-// The words that may follow each sequence of words: "" (the first words), "rate", "rate egress", ...
-std::map<std::string, std::vector<std::string>> next_words()
+std::string value_rows(const std::string &place, const std::string &slot, const Argument &argument)
 {
-    std::map<std::string, std::vector<std::string>> next;
-    for (const Family &family : families()) {
-        for (const Command &command : family.commands) {
-            std::string path;
-            for (const std::string &word : split_words(command.words)) {
-                std::vector<std::string> &words = next[path];
-                if (std::ranges::find(words, word) == words.end())
-                    words.push_back(word);
-                path += (path.empty() ? "" : " ") + word;
-            }
-        }
+    std::string rows;
+    for (const std::string &word : argument.kind.words) {
+        rows += row(place, slot, word, argument.help);
+        if (may_repeat(argument.kind, word))
+            rows += row(place, slot + ',', word, argument.help);
     }
-    return next;
+    const std::string source = argument.kind.source.empty() ? "" : '@' + argument.kind.source;
+    if (rows.empty() || !source.empty())
+        rows += row(place, slot, source, argument.help);
+    if (source == "@vlan" && may_repeat(argument.kind, "1"))
+        rows += row(place, slot + ',', source, argument.help);
+    return rows;
 }
 
 // "-i,--interface" is two words.
@@ -64,227 +50,320 @@ std::vector<std::string> spellings(const std::string &name)
     return {name.substr(0, comma), name.substr(comma + 1)};
 }
 
-std::vector<std::string> options_of(const std::vector<Argument> &arguments)
+std::string option_rows(const std::string &place, const Argument &option)
 {
-    std::vector<std::string> options;
+    std::string rows;
+    for (const std::string &spelling : spellings(option.name)) {
+        rows += row(place, "option", spelling, option.help);
+        if (option.kind.parse)
+            rows += value_rows(place, spelling, option);
+    }
+    return rows;
+}
+
+std::string argument_rows(const std::string &place, const std::vector<Argument> &arguments)
+{
+    std::string rows;
+    size_t position = 0;
     for (const Argument &argument : arguments) {
         if (argument.name.starts_with('-')) {
-            for (const std::string &spelling : spellings(argument.name))
-                options.push_back(spelling);
+            rows += option_rows(place, argument);
+            continue;
         }
+        rows += value_rows(place, std::to_string(++position), argument);
+        if (argument.repeated)
+            rows += value_rows(place, "more", argument);
     }
-    return options;
+    return rows;
 }
 
-// Behind the command's words: its options, and what its positional arguments accept.
-struct Offer {
-    std::vector<std::string> words;
-    std::vector<std::string> sources;
-    bool files = false;
-
-    void add(const Kind &kind)
-    {
-        words.insert(words.end(), kind.words.begin(), kind.words.end());
-        if (kind.source == "file")
-            files = true;
-        else if (!kind.source.empty())
-            sources.push_back(shell_of(kind.source));
-    }
-};
-
-Offer offer_of(const Command &command)
+std::string command_rows(const Command &command)
 {
-    Offer offer;
-    for (const Argument &argument : command.arguments) {
-        if (!argument.name.starts_with('-'))
-            offer.add(argument.kind);
-    }
-    const auto options = options_of(command.arguments);
-    offer.words.insert(offer.words.end(), options.begin(), options.end());
-    if (command.asks)
-        offer.words.emplace_back("--yes");
-    return offer;
+    const std::string place = ' ' + command.words;
+    const size_t last = place.rfind(' ');
+    std::string rows = row(place.substr(0, last), "word", place.substr(last + 1), command.summary);
+    rows += argument_rows(place, command.arguments);
+    return command.asks ? rows + row(place, "option", "--yes", "do not ask") : rows;
 }
 
-std::vector<std::string> always()
+std::string table()
 {
-    std::vector<std::string> words = options_of(global_options());
-    words.insert(words.end(), {"--help", "--version"});
-    return words;
-}
-
-std::string bash_values(const Offer &offer)
-{
-    std::string text = fmt::format("words='{}'", fmt::join(offer.words, " "));
-    for (const std::string &source : offer.sources)
-        text += fmt::format("; words+=\" $({})\"", source);
-    return offer.files ? text + "; files=yes" : text;
-}
-
-std::string bash_cases()
-{
-    std::string text;
-    for (const auto &[path, words] : next_words())
-        text += fmt::format("    '{}') words='{}' ;;\n", path, fmt::join(words, " "));
+    std::string rows;
     for (const Family &family : families()) {
-        for (const Command &command : family.commands) {
-            if (!command.run)
-                continue;
-            text += fmt::format("    '{}') {} ;;\n", command.words, bash_values(offer_of(command)));
-            for (const Argument &argument : command.arguments) {
-                Offer value;
-                value.add(argument.kind);
-                if (argument.name.starts_with('-') && argument.kind.parse &&
-                    (!value.words.empty() || value.files))
-                    text +=
-                        fmt::format("    '{} {}') {} ;;\n", command.words, argument.name, bash_values(value));
-            }
-        }
+        if (!family.noun.empty())
+            rows += row("", "word", family.noun, family.summary);
+        for (const Command &command : family.commands)
+            rows += command_rows(command);
     }
-    return text;
+    rows += argument_rows("-", global_options());
+    return rows + row("-", "option", "--help", "show help for this level of commands") +
+           row("-", "option", "--version", "print the version");
 }
 
-// Every sequence of words that is a command, or leads to one.
-std::string bash_paths()
+// A backslash between quotes is itself in sh, but not in fish.
+std::string quoted(const std::string &text, bool backslashes)
 {
-    std::string text;
-    for (const auto &[path, words] : next_words()) {
-        for (const std::string &word : words)
-            text += fmt::format("{}'{} {}'", text.empty() ? "" : " | ", path.empty() ? "" : " " + path, word);
+    std::string result;
+    for (const char c : text) {
+        if (c == '\'')
+            result += "'\\''";
+        else
+            result += c == '\\' && backslashes ? std::string("\\\\") : std::string(1, c);
     }
-    return text;
+    return '\'' + result + '\'';
 }
 
-std::string bash()
+constexpr char walk[] = R"(
+# Prints what may stand in place of the last word: on each line an offer, and behind a tab what it is. A line
+# without an offer says what is expected. "@file" stands for the names of files. To be called in a subshell.
+_eswctl_offers() # TOOL WORDS
 {
-    return fmt::format(R"(# bash completion for eswctl; made by "eswctl completion bash".
-_eswctl()
-{{
-    local current=${{COMP_WORDS[COMP_CWORD]}} previous=${{COMP_WORDS[COMP_CWORD-1]}} path= word words= files=
-    local i
-    for ((i = 1; i < COMP_CWORD; ++i)); do
-        word=${{COMP_WORDS[i]}}
-        case $word in
-        -i | --interface) ((++i)) ;;
-        -*) ;;
-        *)
-            case "$path $word" in
-            {0}) path="$path $word" ;;
-            *) [ -n "$path" ] || return ;;
-            esac
+    set -f
+    newline='
+'
+    IFS=$newline run=$1 prefix=
+    shift
+    case $run in
+    esw-sim | */esw-sim) _eswctl_simulated "$@" ;;
+    *) _eswctl_line "$@" ;;
+    esac
+}
+
+# Looking at the simulated switch must neither reset it nor let its time pass: these options alone are kept.
+_eswctl_simulated() # WORDS
+{
+    while [ $# -gt 1 ]; do
+        case $1 in
+        --state=* | --device=* | --route=*) run=$run$newline$1 ;;
+        --state | --device | --route) run=$run$newline$1$newline$2 && shift ;;
+        --reset | --*=*) ;;
+        -*) shift ;;
+        *) break ;;
+        esac
+        shift
+    done
+    if [ $# -gt 1 ] && [ "${1##*/}" = eswctl ]; then
+        run=$run$newline$1
+        shift
+        _eswctl_line "$@"
+    else
+        [ $# -ne 1 ] || printf 'eswctl\tcontrol the switch\n'
+        echo @file
+    fi
+}
+
+_eswctl_line() # WORDS
+{
+    place= option= given= position=1
+    while [ $# -gt 1 ]; do
+        _eswctl_step "$1"
+        shift
+    done
+    case $option/$1 in
+    /--*=*) option=${1%%=*} prefix=${1%%=*}= ;;
+    esac
+    if [ -n "$option" ]; then
+        _eswctl_slot "$option" "${1#"$prefix"}"
+    elif [ "$1" != "${1#-}" ]; then
+        _eswctl_slot option
+    elif _eswctl_known "$place|word"; then
+        [ $position -gt 1 ] || _eswctl_slot word
+    elif _eswctl_known "$place|$position"; then
+        _eswctl_slot $position "$1"
+    elif _eswctl_known "$place|more"; then
+        _eswctl_slot more "$1"
+    else
+        _eswctl_slot option
+    fi
+}
+
+_eswctl_step() # WORD
+{
+    if [ -n "$option" ]; then
+        case $option in
+        -i | --interface) run=$run$newline$option$newline$1 ;;
+        esac
+        option=
+        return
+    fi
+    case $1 in
+    --interface=*) run=$run$newline$1 ;;
+    esac
+    if [ "$1" != "${1#-?}" ]; then
+        given="$given|${1%%=*}|"
+        if _eswctl_known "$place|$1" || _eswctl_known "-|$1"; then option=$1; fi
+    elif [ $position = 1 ] && _eswctl_known "$place|word|$1"; then
+        place="$place $1"
+    else
+        position=$((position + 1))
+    fi
+}
+
+_eswctl_known() # START OF A ROW
+{
+    case $_eswctl_table in
+    *"$newline$1|"*) return 0 ;;
+    esac
+    return 1
+}
+
+_eswctl_slot() # SLOT VALUE
+{
+    slot=$1
+    case ${2-} in
+    *,*) slot=$slot, prefix=$prefix${2%,*}, ;;
+    esac
+    for row in $_eswctl_table; do
+        case $row in
+        "$place|$slot|"* | "-|$slot|"*)
+            row=${row#*"|$slot|"}
+            _eswctl_row "${row%%"|"*}" "${row#*"|"}"
             ;;
         esac
     done
-    path=${{path# }}
-    case $previous in
-    -?*) _eswctl_words "$path $previous" ;;
-    esac
-    [ -n "$words$files" ] || _eswctl_words "$path"
-    case $current in
-    -*) words+=' {1}' ;;
-    esac
-    mapfile -t COMPREPLY < <(compgen ${{files:+-f}} -W "$words" -- "$current")
-}}
+}
 
-_eswctl_words()
-{{
+_eswctl_row() # OFFER DESCRIPTION
+{
     case $1 in
-{2}    esac
-}}
-
-complete -F _eswctl eswctl
-)",
-                       bash_paths(), fmt::join(always(), " "), bash_cases());
+    '' | @*) printf '\t%s\n' "$2" ;;
+    esac
+    case $given in
+    *"|$1|"*) return ;;
+    esac
+    for offer in $(_eswctl_values "$1"); do
+        printf '%s%s\t%s\n' "$prefix" "$offer" "$2"
+    done
 }
 
-// zsh runs the bash functions.
-std::string zsh()
+_eswctl_values() # OFFER
 {
-    return "#compdef eswctl\n# zsh completion for eswctl; made by \"eswctl completion zsh\".\n"
-           "autoload -U +X bashcompinit && bashcompinit\n" +
-           bash();
+    case $1 in
+    @vlan) _eswctl_numbers vid vlan show ;;
+    @cfp) _eswctl_numbers slot cfp show ;;
+    @interface) command ls /sys/class/net 2>/dev/null ;;
+    @file | [!@]*) printf '%s\n' "$1" ;;
+    esac
 }
 
-std::string fish_quoted(const std::string &text)
+_eswctl_numbers() # MEMBER WORDS
 {
-    std::string quoted;
-    for (const char c : text)
-        quoted += c == '\'' || c == '\\' ? std::string("\\") + c : std::string(1, c);
-    return "'" + quoted + "'";
+    member=$1
+    shift
+    $run "$@" --json </dev/null 2>/dev/null | tr -d '[:space:]' | grep -o "\"$member\":[0-9]*" |
+        cut -d: -f2 | sort -nu
+}
+)";
+
+constexpr char bash[] = R"(
+_eswctl()
+{
+    local words=() word current prefix rest=${COMP_WORDS[COMP_CWORD]}
+    # The shell has taken --width=8 and addresses with colons apart.
+    for word in "${COMP_WORDS[@]:0:COMP_CWORD + 1}"; do
+        if [[ ${#words[@]} -gt 0 && ($word == [:=]* || ${words[-1]} == *[:=]) ]]; then
+            words[-1]+=$word
+        else
+            words+=("$word")
+        fi
+    done
+    current=${words[-1]}
+    [[ $rest != [:=]* ]] || rest=
+    prefix=${current%"$rest"}
+    COMPREPLY=()
+    while IFS= read -r word; do
+        word=${word%%$'\t'*}
+        case $word in
+        '') ;;
+        *@file) _eswctl_files "${word%@file}" ;;
+        "$current"*) COMPREPLY+=("${word#"$prefix"}") ;;
+        esac
+    done < <(_eswctl_offers "${words[@]}")
 }
 
-std::string fish_option(const std::string &condition, const Argument &argument)
+_eswctl_files() # OPTION=
 {
-    std::string text = fmt::format("complete -c eswctl -n {}", fish_quoted(condition));
-    for (const std::string &spelling : spellings(argument.name))
-        text += spelling.starts_with("--") ? " -l " + spelling.substr(2) : " -s " + spelling.substr(1);
-    if (argument.kind.parse)
-        text += argument.kind.source == "file" ? " -rF" : " -x";
-    if (!argument.kind.words.empty())
-        text += " -a " + fish_quoted(fmt::format("{}", fmt::join(argument.kind.words, " ")));
-    return text + " -d " + fish_quoted(argument.help) + '\n';
+    local file
+    compopt -o filenames 2>/dev/null
+    while IFS= read -r file; do
+        file=$1$file
+        COMPREPLY+=("${file#"$prefix"}")
+    done < <(compgen -f -- "${current#"$1"}")
 }
 
-// True once all these words stand on the command line.
-std::string fish_seen(const std::vector<std::string> &words, size_t count)
+complete -o nosort -F _eswctl eswctl esw-sim
+)";
+
+constexpr char zsh[] = R"(
+_eswctl()
 {
-    std::string text;
-    for (size_t i = 0; i < count; ++i)
-        text += (i == 0 ? "" : "; and ") + ("__fish_seen_subcommand_from " + words[i]);
-    return text.empty() ? "__fish_use_subcommand" : text;
+    local -a offers described given=("${(@Q)words[1,CURRENT-1]}" "${(Q)PREFIX}")
+    local -aU helps
+    local line help hint expl result=1
+    for line in "${(@f)$(emulate sh; _eswctl_offers "${given[@]}")}"; do
+        help=${line#*$'\t'} line=${line%%$'\t'*}
+        case $line in
+        '') hint=$help ;;
+        *@file) compset -P "${(b)line%@file}"; _files && result=0 ;;
+        *) offers+=("$line") helps+=("$help") described+=("${line//:/\\:}:$help") ;;
+        esac
+    done
+    if (( $#helps > 1 )); then
+        _describe -V 'command or option' described && result=0
+    elif (( $#offers )); then
+        _wanted -V values expl "$helps" compadd -a offers && result=0
+    elif [[ -n $hint ]]; then
+        _message -e values "$hint"
+    fi
+    return result
 }
 
-std::string fish_word(const std::vector<std::string> &words, const std::string &summary)
-{
-    std::string condition = fish_seen(words, words.size() - 1);
-    if (words.size() > 1)
-        condition += "; and not __fish_seen_subcommand_from " + words.back();
-    return fmt::format("complete -c eswctl -n {} -a {} -d {}\n", fish_quoted(condition), words.back(),
-                       fish_quoted(summary));
-}
+if [[ $funcstack[1] == _eswctl ]]; then
+    _eswctl "$@"
+elif (( $+functions[compdef] )); then
+    compdef _eswctl eswctl esw-sim
+fi
+)";
 
-std::string fish_command(const Command &command)
+constexpr char fish[] = R"(
+function __eswctl_offers
+    set -l current (commandline -ct)
+    for line in (sh -c $__eswctl_walk sh (commandline -opc) "$current")
+        set -l offer (string split -m 1 \t -- $line)[1]
+        switch $offer
+            case ''
+            case '*@file'
+                set -l prefix (string replace -r '@file$' '' -- $offer)
+                set -l begun (string sub -s (math 1 + (string length -- "$prefix")) -- "$current")
+                printf '%s\n' "$prefix"(__fish_complete_path "$begun")
+            case '*'
+                echo $line
+        end
+    end
+end
+
+for tool in eswctl esw-sim
+    complete -c $tool -f -k -a '(__eswctl_offers)'
+end
+)";
+
+std::string script_for(const std::string &shell)
 {
-    const std::vector<std::string> words = split_words(command.words);
-    const std::string here = fish_seen(words, words.size());
-    std::string text = fish_word(words, command.summary);
-    for (const Argument &argument : command.arguments) {
-        if (argument.name.starts_with('-')) {
-            text += fish_option(here, argument);
-            continue;
-        }
-        Offer offer;
-        offer.add(argument.kind);
-        std::string values = fmt::format("{}", fmt::join(offer.words, " "));
-        for (const std::string &source : offer.sources)
-            values += fmt::format(" ({})", source);
-        if (!values.empty())
-            text += fmt::format("complete -c eswctl -n {} -a {}\n", fish_quoted(here), fish_quoted(values));
-        if (offer.files)
-            text += fmt::format("complete -c eswctl -n {} -F\n", fish_quoted(here));
+    const std::string head =
+        fmt::format("# {0} completion for eswctl; made by \"eswctl completion {0}\".\n", shell);
+    if (shell == "fish") {
+        const std::string code =
+            "_eswctl_table=" + quoted('\n' + table(), false) + walk + "_eswctl_offers \"$@\"\n";
+        return head + "set -g __eswctl_walk " + quoted(code, true) + '\n' + fish;
     }
-    return text;
-}
-
-std::string fish()
-{
-    std::string text =
-        "# fish completion for eswctl; made by \"eswctl completion fish\".\ncomplete -c eswctl -f\n";
-    for (const Argument &option : global_options())
-        text += fish_option("true", option);
-    for (const Family &family : families()) {
-        if (!family.noun.empty())
-            text += fish_word({family.noun}, family.summary);
-        for (const Command &command : family.commands)
-            text += fish_command(command);
-    }
-    return text;
+    const std::string code = "\n_eswctl_table=" + quoted('\n' + table(), false) + '\n' + walk;
+    return shell == "bash" ? head + code + bash : "#compdef eswctl esw-sim\n" + head + code + zsh;
 }
 
 Report completion(const Arguments &arguments)
 {
     const auto shell = arguments["SHELL"].get<std::string>();
-    const std::string script = shell == "bash" ? bash() : shell == "zsh" ? zsh() : fish();
+    const std::string script = script_for(shell);
     Report report{{{"shell", shell}, {"script", script}}};
     report.text = script;
     return report;
