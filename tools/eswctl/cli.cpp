@@ -279,14 +279,20 @@ std::vector<Argument> global_options()
     interface.name = "INTERFACE";
     return {
         {"-i,--interface", "network interface of the switch (default eth0)", interface},
-        {"--json", "print JSON", {}},
+        {"-j,--json", "print JSON", {}},
         {"--trace", "print each driver request on standard error", {}},
         {"--dry-run", "withhold every write, and print what would change", {}},
     };
 }
 
-Parsed parse(const std::vector<std::string> &words)
+Parsed parse(const std::vector<std::string> &given)
 {
+    std::vector<std::string> words = given;
+    const auto first = std::ranges::find_if(words, [](const auto &word) { return !word.starts_with('-'); });
+    if (first != words.end() && *first == "help") {
+        words.erase(first);
+        words.emplace_back("--help");
+    }
     CLI::App app{"Controls a managed Ethernet switch.", "eswctl"};
     Invocations invocations;
     describe(app, invocations);

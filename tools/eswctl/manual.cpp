@@ -141,7 +141,8 @@ std::string page()
     std::string text = fmt::format(fmt::runtime(head), ESW_VERSION);
     for (const Argument &option : global_options())
         text += described(option);
-    text += ".TP\n\\fB\\-\\-help\\fR\nshow help for this level of commands\n"
+    text += ".TP\n\\fB\\-\\-help\\fR\nshow help for this level of commands, as \\fBeswctl help\\fR with the "
+            "words of a command does\n"
             ".TP\n\\fB\\-\\-version\\fR\nprint the version\n.SH COMMANDS\n";
     for (const Family &family : families()) {
         if (!family.noun.empty())

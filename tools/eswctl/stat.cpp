@@ -230,10 +230,12 @@ Family stat_family()
     const Argument numbers{"--counter", "only these counters: numbers 0 to 153", number(0, ETH_STAT_LAST),
                            false, true};
     return {"stat",
-            "MIB counters and snapshots; counters 105 to 153 are the registers in order, lower numbers "
-            "are composed of them",
+            "MIB counters and snapshots",
             {
-                {"stat show", "Show counters", {ports, all, numbers}, show},
+                {"stat show",
+                 "Show counters; 105 to 153 are the registers in order, lower numbers are composed of them",
+                 {ports, all, numbers},
+                 show},
                 {"stat watch",
                  "Show counters and their rates again and again, until Ctrl-C",
                  {ports,

@@ -171,15 +171,15 @@ std::vector<Command> vlan_setting_commands()
     std::vector<Command> commands = {
         {"vlan pvid",
          "Show or set the VID that untagged frames get on ports",
-         {ports, {"VID", "0 to 4095", vid()}},
+         {ports, {"VID", "PVID, 0 to 4095", vid()}},
          pvid},
         {"vlan priority",
          "Show or set the priority that untagged frames get on ports",
-         {ports, {"PRIORITY", "0 to 7", number(0, 7)}},
+         {ports, {"PRIORITY", "priority, 0 to 7", number(0, 7)}},
          priority},
         {"vlan mode",
          "Show or set the numbered VLAN modes",
-         {{"MODE", "0 to 6", number(0, last_mode)}, state},
+         {{"MODE", "mode, 0 to 6", number(0, last_mode)}, state},
          mode},
     };
     for (const Setting &setting : settings)
@@ -187,7 +187,7 @@ std::vector<Command> vlan_setting_commands()
                                 return change(setting, arguments);
                             }});
     const Argument out{"PORT", "egress port: 0, 1 or 8", any_port()};
-    const Argument index{"INDEX", "0 to 255", number(0, last_index)};
+    const Argument index{"INDEX", "index of the entry, 0 to 255", number(0, last_index)};
     const Command translate[] = {
         {"vlan translate", "Egress VLAN translation", {}, {}},
         {"vlan translate show", "Show the entries in use, or single ones", {ports, index}, show_translations},
@@ -195,8 +195,8 @@ std::vector<Command> vlan_setting_commands()
          "Write an entry",
          {{out.name, out.help, out.kind, true},
           {index.name, index.help, index.kind, true},
-          {"VID", "0 to 4095", vid(), true},
-          {"--code", "0 to 3 (default 0)", number(0, 3), false, false, 0}},
+          {"VID", "VID of the entry, 0 to 4095", vid(), true},
+          {"--code", "code of the entry, 0 to 3 (default 0)", number(0, 3), false, false, 0}},
          add_translation},
         {"vlan translate clear", "Clear the whole translation table", {}, clear_translations, true},
     };
