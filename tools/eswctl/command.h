@@ -49,7 +49,7 @@ Kind port_set();                                           // any_ports(), or "n
 Kind word_or_ports(const std::vector<std::string> &words); // for "ingress 0,1 egress 1", word by word
 Kind vid();                                                // 0 to 4095
 Kind vid_list();                                           // "10-20,30"; yields an array in ascending order
-Kind mac_address(); // with colons, hyphens or Cisco's dots; yields lower case with colons
+Kind mac_address(); // with colons, hyphens or three groups with dots; yields lower case with colons
 
 // A positional argument ("PORT"), an option with a value ("--width") or, without a kind, a flag ("--yes").
 struct Argument {
