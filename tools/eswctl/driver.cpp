@@ -26,6 +26,7 @@
 #include <fmt/format.h>
 
 #include "eswctl/command.h"
+#include "eswctl/terminal.h"
 #include "sim/model/registers.h"
 
 namespace eswctl {
@@ -74,22 +75,30 @@ struct Request {
 };
 
 // A table behind index, data and command registers. Reading an entry changes nothing, but needs its index and
-// its command to reach the switch; whatever of the entry was withheld before is gone then.
+// its command to reach the switch.
 struct Table {
     Address command;
-    uint8_t start; // bits that start an operation, and read as set until it is done
-    uint8_t read_mask, read_value;
+    uint8_t start;                 // bits that start an operation, and read as set until it is done
+    uint8_t operations, reading;   // bits that tell the operation, and their value for reading an entry
+    uint8_t clearing;              // and for clearing the whole table; 0: none does
+    uint32_t index;                // bits that tell the entry, where no register does
     uint8_t first_data, last_data; // offsets on the command's page
 };
 constexpr Table tables[] = {
-    {{0x05, 0x00}, 0x80, 0x81, 0x81, 0x10, 0x48}, // ARL
-    {{0x05, 0x50}, 0x80, 0x80, 0x80, 0x60, 0x78}, // ARL search
-    {{0x05, 0x80}, 0x80, 0x83, 0x81, 0x83, 0x83}, // VLAN table
-    {{0x34, 0x40}, 0x05, 0x03, 0x01, 0x44, 0x44}, // egress VLAN translation
-    {{0xA0, 0x00}, 0x01, 0x03, 0x03, 0x10, 0x88}, // CFP rules
-    {{0x00, 0x88}, 0x80, 0x00, 0x01, 0x00, 0x00}, // fast-age flush: nothing to read
+    {{0x05, 0x00}, 0x80, 0x01, 0x01, 0, 0, 0x10, 0x48},             // ARL
+    {{0x05, 0x50}, 0x80, 0x80, 0x80, 0, 0, 0x60, 0x78},             // ARL search
+    {{0x05, 0x80}, 0x80, 0x03, 0x01, 0x02, 0, 0x83, 0x83},          // VLAN table
+    {{0x34, 0x40}, 0x05, 0x07, 0x01, 0x04, 0xFFF0, 0x44, 0x44},     // egress VLAN translation
+    {{0xA0, 0x00}, 0x01, 0x1F, 0x03, 0x11, 0xFFFFFFE0, 0x10, 0x88}, // CFP rules
+    {{0x00, 0x88}, 0x80, 0x00, 0x01, 0, 0, 0xFF, 0x00},             // fast-age flush: nothing to read
 };
-constexpr Address index_registers[] = {{0x05, 0x02}, {0x05, 0x08}, {0x05, 0x81}};
+
+struct Index {
+    Address address;
+    Address command; // of its table
+};
+constexpr Index index_registers[] = {
+    {{0x05, 0x02}, {0x05, 0x00}}, {{0x05, 0x08}, {0x05, 0x00}}, {{0x05, 0x81}, {0x05, 0x80}}};
 
 const Table *table_commanded_by(Address address)
 {
@@ -100,9 +109,14 @@ const Table *table_commanded_by(Address address)
     return nullptr;
 }
 
-bool is_index(Address address)
+const Table *table_holding(Address data)
 {
-    return std::ranges::find(index_registers, address) != std::end(index_registers);
+    for (const Table &table : tables) {
+        if (data.first == table.command.first && data.second >= table.first_data &&
+            data.second <= table.last_data)
+            return &table;
+    }
+    return nullptr;
 }
 
 std::string register_name(Address address)
@@ -123,13 +137,20 @@ struct Change {
     std::string what, where, from, to;
 };
 
+using Values = std::map<Address, uint64_t>;
+using Key = std::vector<uint64_t>; // of an entry: its table's command register, then what the index says
+
 struct WithheldFile {
     const char *path;
     int copy = -1; // holds the file's contents from its first change on
 };
 
 struct Withheld {
-    std::map<Address, uint64_t> registers;
+    Values registers;
+    std::map<Address, size_t> rows; // of registers among the changes: a second write to one continues its row
+    std::map<Key, Values> entries;  // data registers of the entries of tables
+    std::set<const Table *> cleared;
+    const Table *blank = nullptr; // the entry that was read last is of a cleared table
     std::map<std::pair<uint16_t, uint16_t>, uint16_t> phy_registers;
     std::vector<Change> changes;
     WithheldFile files[3] = {
@@ -151,42 +172,124 @@ uint64_t present_value(const Request &request, Address address)
         return found->second;
     RegisterRequest &wire = request.registers();
     const RegisterRequest kept = wire;
+    wire.page = address.first;
+    wire.offset = address.second;
     const Request reading{request.descriptor, read_register, request.argument};
     const uint64_t value = reading.pass() == 0 ? wire.value : ~uint64_t{0};
     wire = kept;
     return value;
 }
 
-int pass_read_command(const Request &request, const Table &table)
+// Writes to one register make one row, unless the last one takes the first one back: such a pulse starts
+// something.
+void note_register(Address address, uint64_t from, uint64_t to)
 {
-    std::erase_if(withheld->registers, [&](const auto &entry) {
-        const auto [page, offset] = entry.first;
-        return page == table.command.first &&
-               (offset == table.command.second || (offset >= table.first_data && offset <= table.last_data));
-    });
-    return request.pass();
+    const unsigned width = register_width(address);
+    const auto row = withheld->rows.find(address);
+    if (row != withheld->rows.end() && withheld->changes[row->second].from != hex(to, width)) {
+        withheld->changes[row->second].to = hex(to, width);
+        return;
+    }
+    withheld->rows[address] = withheld->changes.size();
+    withheld->changes.push_back({register_name(address),
+                                 fmt::format("{:02x}:{:02x}", address.first, address.second),
+                                 hex(from, width), hex(to, width)});
+}
+
+void withhold(const Request &request, Address address, uint64_t value)
+{
+    note_register(address, present_value(request, address), value);
+    withheld->registers[address] = value;
+}
+
+bool belongs(Address address, const Table &table)
+{
+    const auto *index = std::ranges::find(index_registers, address, &Index::address);
+    return address == table.command || table_holding(address) == &table ||
+           (index != std::end(index_registers) && index->command == table.command);
+}
+
+// Their rows stay, and later writes begin new ones.
+template <typename Map>
+void forget(Map &map, const Table &table)
+{
+    std::erase_if(map, [&](const auto &entry) { return belongs(entry.first, table); });
+}
+
+Key key_of(const Request &request, const Table &table, uint64_t command)
+{
+    Key key = {uint64_t{table.command.first} << 8 | table.command.second, command & table.index};
+    for (const Index &index : index_registers) {
+        if (index.command == table.command)
+            key.push_back(present_value(request, index.address));
+    }
+    return key;
+}
+
+// The entry comes from the switch, with what was withheld of it.
+int read_entry(const Request &request, const Table &table)
+{
+    const RegisterRequest command = request.registers();
+    const Key key = key_of(request, table, command.value);
+    for (const Index &index : index_registers) {
+        const auto found = withheld->registers.find(index.address);
+        if (index.command != table.command || found == withheld->registers.end())
+            continue;
+        RegisterRequest &wire = request.registers();
+        wire.page = index.address.first;
+        wire.offset = index.address.second;
+        wire.value = found->second;
+        if (const int result = request.pass(); result != 0)
+            return result;
+        if (const auto row = withheld->rows.find(index.address); row != withheld->rows.end())
+            withheld->changes[row->second].to = withheld->changes[row->second].from; // only to read
+    }
+    request.registers() = command;
+    forget(withheld->registers, table);
+    forget(withheld->rows, table);
+    const int result = request.pass();
+    const auto entry = withheld->entries.find(key);
+    withheld->blank =
+        entry == withheld->entries.end() && withheld->cleared.contains(&table) ? &table : nullptr;
+    if (entry != withheld->entries.end())
+        withheld->registers.insert(entry->second.begin(), entry->second.end());
+    return result;
+}
+
+void withhold_operation(const Request &request, const Table &table, uint64_t command)
+{
+    const Key key = key_of(request, table, command);
+    note_register(table.command, present_value(request, table.command), command);
+    if (table.clearing != 0 && (command & table.operations) == table.clearing) {
+        std::erase_if(withheld->entries,
+                      [&](const auto &entry) { return entry.first.front() == key.front(); });
+        withheld->cleared.insert(&table);
+    } else {
+        if (key.size() > 2) // the last index register tells the VID
+            withheld->changes.back().where += fmt::format(" VID {}", key.back());
+        Values &entry = withheld->entries[key];
+        for (const auto &[address, value] : withheld->registers) {
+            if (table_holding(address) == &table)
+                entry[address] = value;
+        }
+    }
+    forget(withheld->rows, table);
+    withheld->registers[table.command] = command & ~uint64_t{table.start};
 }
 
 int withhold_register(const Request &request)
 {
     const RegisterRequest &wire = request.registers();
     const Address address{wire.page, wire.offset};
-    const Table *table = table_commanded_by(address);
-    const bool starts = table && (wire.value & table->start) != 0;
-    if (is_index(address) || (table && !starts))
-        return request.pass();
-    if (starts && (wire.value & table->read_mask) == table->read_value)
-        return pass_read_command(request, *table);
-
     const unsigned width = register_width(address);
-    const std::string where = fmt::format("{:02x}:{:02x}", wire.page, wire.offset);
     const uint64_t value = width == 64 ? wire.value : wire.value & ((uint64_t{1} << width) - 1);
-    const uint64_t old = present_value(request, address);
-    if (starts)
-        withheld->changes.push_back({register_name(address), where, "", hex(value, width)});
-    else if (old != value)
-        withheld->changes.push_back({register_name(address), where, hex(old, width), hex(value, width)});
-    withheld->registers[address] = starts ? value & ~table->start : value;
+    const Table *table = table_commanded_by(address);
+    if (!table || (value & table->start) == 0)
+        withhold(request, address, value);
+    else if ((value & table->operations) == table->reading)
+        return read_entry(request, *table);
+    else
+        withhold_operation(request, *table, value);
     return 0;
 }
 
@@ -195,10 +298,12 @@ int serve_register(const Request &request)
     if (request.number == write_register)
         return withhold_register(request);
     RegisterRequest &wire = request.registers();
-    const auto found = withheld->registers.find({wire.page, wire.offset});
-    if (found == withheld->registers.end())
+    const Address address{wire.page, wire.offset};
+    const auto found = withheld->registers.find(address);
+    const bool blank = withheld->blank && table_holding(address) == withheld->blank;
+    if (found == withheld->registers.end() && !blank)
         return request.pass();
-    wire.value = found->second;
+    wire.value = found == withheld->registers.end() ? 0 : found->second;
     return 0;
 }
 
@@ -378,6 +483,14 @@ void withhold_writes() { withheld.emplace(); }
 
 bool withholds_writes() { return withheld.has_value(); }
 
+bool withholds_file(const std::string &path, size_t size)
+{
+    if (!withheld)
+        return false;
+    withheld->changes.push_back({"file", path, "", fmt::format("{} bytes", size)});
+    return true;
+}
+
 Report withheld_changes()
 {
     std::vector<Change> changes = withheld->changes;
@@ -387,6 +500,8 @@ Report withheld_changes()
     }
     Json rows = Json::array();
     for (const Change &change : changes) {
+        if (change.from == change.to)
+            continue;
         rows.push_back({{"register", change.what},
                         {"address", change.where},
                         {"from", change.from.empty() ? Json() : Json(change.from)},
@@ -415,7 +530,7 @@ int ioctl(int descriptor, unsigned long number, ...)
     if (result != 0)
         failure = {name_of(request), kept};
     if (tracing)
-        fmt::print(stderr, "{}{}\n", account_of(request), result == 0 ? "" : " failed");
+        tell(fmt::format("{}{}\n", account_of(request), result == 0 ? "" : " failed"));
     errno = kept;
     return result;
 }
@@ -426,7 +541,7 @@ void perror(const char *text)
     static std::set<std::string> told;
     const std::string message = fmt::format("{}: {}\n", text, strerror(errno));
     if (told.insert(message).second)
-        fmt::print(stderr, "{}", message);
+        eswctl::tell(message);
 }
 
 int open(const char *path, int flags, ...)

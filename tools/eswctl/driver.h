@@ -22,6 +22,7 @@ void check_requests();
 // the library's files.
 void withhold_writes();
 bool withholds_writes();
+bool withholds_file(const std::string &path, size_t size); // that a command is going to write
 
 // What would have changed: registers, PHY registers, EEE and the library's files, in order.
 Report withheld_changes();
