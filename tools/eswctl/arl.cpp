@@ -85,6 +85,8 @@ eth_l2_addr_t address_from_json(const Json &members)
 {
     eth_l2_addr_t entry = make_entry(to_mac(members.at("mac")), members.at("vid"));
     const Json &ports = members.at("ports");
+    if (!is_multicast(entry) && ports.size() != 1)
+        throw Refused{fmt::format("{}: a unicast address is at one port", from_mac(entry.mac))};
     entry.port = is_multicast(entry) ? to_port_set(ports) : ports.at(0).get<uint32_t>();
     entry.tc = members.at("traffic_class");
     if (members.at("static").get<bool>())
@@ -142,6 +144,13 @@ Report find(const Arguments &arguments)
     return table("entries", std::move(with_bin), std::move(rows));
 }
 
+ptrdiff_t count_of(const eth_l2_addr_t &wanted)
+{
+    return std::ranges::count_if(walk_addresses(), [&](const eth_l2_addr_t &entry) {
+        return entry.vid == wanted.vid && std::ranges::equal(entry.mac, wanted.mac);
+    });
+}
+
 Report add(const Arguments &arguments)
 {
     const Json &ports = arguments["PORTS"];
@@ -152,8 +161,14 @@ Report add(const Arguments &arguments)
                                              {"ports", ports},
                                              {"static", arguments["--static"]},
                                              {"traffic_class", arguments["--tc"]}});
+    const int32_t before = bin_of(entry);
     check(eth_l2_addr_add(&entry), "add the address",
           {{ETH_E_FULL, "all bins of its bucket hold static addresses"}});
+    if (before > 0 && count_of(entry) > 1)
+        throw Refused{
+            fmt::format("{} is in the address table twice now: the library takes the first free bin, "
+                        "before the bin that it was in; eswctl arl flush --vid {} --static removes both",
+                        from_mac(entry.mac), entry.vid)};
     return done(fmt::format("{} added to VLAN {}", from_mac(entry.mac), entry.vid), address_to_json(entry));
 }
 
@@ -165,6 +180,11 @@ Report remove(const Arguments &arguments)
     if (bin_of(entry) < 0)
         throw Refused{fmt::format("{} is not in the address table in VLAN {}", mac, entry.vid)};
     check(eth_l2_addr_delete(entry.mac, entry.vid), "delete the address");
+    if (bin_of(entry) >= 0)
+        throw Refused{
+            fmt::format("{} is still in the address table: the library reaches no entry behind a free "
+                        "bin; eswctl arl flush --vid {} --static removes it, and the others",
+                        mac, entry.vid)};
     return done(fmt::format("{} deleted from VLAN {}", mac, entry.vid), {{"vid", entry.vid}, {"mac", mac}});
 }
 

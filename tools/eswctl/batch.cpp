@@ -6,6 +6,7 @@
 #include "eswctl/cli.h"
 #include "eswctl/families.h"
 #include "eswctl/output.h"
+#include "eswctl/terminal.h"
 
 namespace eswctl {
 namespace {
@@ -114,7 +115,8 @@ Report batch(const Arguments &arguments)
         account.fail(line, failure.message);
         failure.message = fmt::format("line {}: {}", line.number, failure.message);
         if (force) {
-            fmt::print(stderr, "eswctl: {}\n", failure.message);
+            hide_progress();
+            tell(fmt::format("eswctl: {}\n", failure.message));
             return;
         }
         account.close();

@@ -26,7 +26,7 @@ using Invocations = std::vector<Invocation>;
 const CLI::Option *add_argument(CLI::App &app, const Argument &argument)
 {
     if (!argument.kind.parse)
-        return app.add_flag(argument.name)->description(argument.help);
+        return app.add_flag(argument.name)->description(argument.help)->disable_flag_override();
     return app.add_option(argument.name)
         ->description(argument.help)
         ->required(argument.required)
@@ -49,7 +49,7 @@ void add_command(CLI::App &parent, const std::string &words, const Command &comm
     for (const Argument &argument : command.arguments)
         invocation.given[argument.name] = add_argument(*app, argument);
     if (command.asks)
-        app->add_flag("--yes")->description("do not ask");
+        app->add_flag("--yes")->description("do not ask")->disable_flag_override();
 }
 
 void describe(CLI::App &app, Invocations &invocations)
@@ -217,13 +217,14 @@ const Argument *find_argument(const std::string &error, const Command *command)
         const size_t comma = argument.name.find(',');
         return error.starts_with(argument.name.substr(comma == std::string::npos ? 0 : comma + 1));
     };
-    if (command) {
-        if (const auto found = std::ranges::find_if(command->arguments, begins);
-            found != command->arguments.end())
-            return &*found;
+    const Argument *longest = nullptr; // "--rate-mode", and not "--rate"
+    for (const auto *arguments : {&everywhere, command ? &command->arguments : &everywhere}) {
+        for (const Argument &argument : *arguments) {
+            if (begins(argument) && (!longest || argument.name.size() > longest->name.size()))
+                longest = &argument;
+        }
     }
-    const auto found = std::ranges::find_if(everywhere, begins);
-    return found == everywhere.end() ? nullptr : &*found;
+    return longest;
 }
 
 // CLI11 knows what is wrong, but not what is accepted.
@@ -254,7 +255,7 @@ GlobalOptions global(const CLI::App &app)
 {
     GlobalOptions options;
     if (const CLI::Option &interface = *app.get_option("--interface"); interface.count() != 0)
-        options.interface = interface.results().back();
+        options.interface = parse_one(global_options().front(), interface.results().back());
     options.json = app.count("--json") != 0;
     options.trace = app.count("--trace") != 0;
     options.dry_run = app.count("--dry-run") != 0;
@@ -316,7 +317,7 @@ Parsed parse(const std::vector<std::string> &given)
 Report execute(const Parsed &parsed)
 {
     const Command &command = *parsed.command;
-    if (command.asks && !parsed.yes && !parsed.options.dry_run &&
+    if (command.asks && !parsed.yes && !withholds_writes() &&
         !confirm(fmt::format("{}. Go on?", command.summary)))
         throw Refused{"not done"};
     Report report = command.run(parsed.arguments);

@@ -6,6 +6,7 @@
 #include <esw.h>
 #include <fmt/format.h>
 
+#include "eswctl/driver.h"
 #include "eswctl/families.h"
 #include "eswctl/output.h"
 #include "eswctl/schema.h"
@@ -36,18 +37,6 @@ Json found(const Json &document, const Path &path)
     }
     return *at;
 }
-
-class Changes {
-public:
-    void note(const std::string &setting, const Json &from, const Json &to)
-    {
-        rows_.push_back({{"setting", setting}, {"from", from}, {"to", to}});
-    }
-    [[nodiscard]] Json rows() const { return rows_; }
-
-private:
-    Json rows_ = Json::array();
-};
 
 // A document that people edited may hold anything: what the library refuses, and what has the wrong type.
 int32_t attempt(const std::string &setting, const std::function<int32_t(const Json &)> &set,
@@ -93,32 +82,74 @@ std::string name_of(const Entries &table, const Json &key)
     return name;
 }
 
+// As the switch would list them: ports in ascending order.
+Json in_order(Json entry)
+{
+    for (const char *ports : {"ports", "members", "untagged"}) {
+        if (entry.contains(ports))
+            entry[ports] = from_port_set(to_port_set(entry[ports]));
+    }
+    return entry;
+}
+
+std::map<Json, Json> entries_by_key(const Entries &table, const Json &wanted)
+{
+    std::map<Json, Json> entries;
+    for (const Json &entry : wanted) {
+        const Json key = key_of(table, entry);
+        if (!entries.emplace(key, in_order(entry)).second)
+            throw Refused{fmt::format("cannot restore {}: it is there twice", name_of(table, key))};
+    }
+    return entries;
+}
+
+std::map<Json, Json> listed(const Entries &table)
+{
+    std::map<Json, Json> entries;
+    for (const Json &entry : table.list())
+        entries[key_of(table, entry)] = entry;
+    return entries;
+}
+
+// What the switch lists afterwards counts: it may round, or not have what it was told.
+void note_entries(const Entries &table, const std::map<Json, Json> &before, Changes &changes)
+{
+    const std::map<Json, Json> now = listed(table);
+    for (const auto &[key, entry] : before) {
+        const auto same = now.find(key);
+        if (same == now.end() || same->second != entry)
+            changes.note(name_of(table, key), entry, same == now.end() ? Json() : same->second);
+    }
+    for (const auto &[key, entry] : now) {
+        if (!before.contains(key))
+            changes.note(name_of(table, key), nullptr, entry);
+    }
+}
+
 void apply_table(const Entries &table, const Json &wanted, Changes &changes)
 {
     if (wanted.is_null())
         return;
-    if (!wanted.is_array())
-        throw Refused{fmt::format("cannot restore {}: not an array", dotted(table.path))};
-    std::map<Json, Json> present;
-    for (const Json &entry : table.list())
-        present[key_of(table, entry)] = entry;
-    std::map<Json, Json> missing;
-    for (const Json &entry : wanted)
-        missing[key_of(table, entry)] = entry;
-    // Room first: a full table takes new entries only once the old ones are gone.
-    for (const auto &[key, entry] : present) {
-        if (!missing.contains(key)) {
-            attempt(name_of(table, key), table.remove, entry);
-            changes.note(name_of(table, key), entry, nullptr);
+    const std::map<Json, Json> present = listed(table);
+    const std::map<Json, Json> missing = entries_by_key(table, wanted);
+    if (present == missing)
+        return;
+    try {
+        // Room first: a full table takes new entries only once the old ones are gone.
+        for (const auto &[key, entry] : present) {
+            if (!missing.contains(key))
+                attempt(name_of(table, key), table.remove, entry);
         }
+        for (const auto &[key, entry] : missing) {
+            const auto same = present.find(key);
+            if (same == present.end() || same->second != entry)
+                attempt(name_of(table, key), table.put, entry);
+        }
+    } catch (...) {
+        note_entries(table, present, changes);
+        throw;
     }
-    for (const auto &[key, entry] : missing) {
-        const auto same = present.find(key);
-        if (same != present.end() && same->second == entry)
-            continue;
-        attempt(name_of(table, key), table.put, entry);
-        changes.note(name_of(table, key), same == present.end() ? Json() : same->second, entry);
-    }
+    note_entries(table, present, changes);
 }
 
 Configuration configuration()
@@ -154,15 +185,28 @@ Json read_document(const std::string &file)
     return document;
 }
 
+Report account_of(const Json &changes)
+{
+    Report report = table("changes", {{"setting", "setting"}, {"from", "from"}, {"to", "to"}}, changes,
+                          "nothing to change");
+    if (!changes.empty())
+        report.sentence = fmt::format("{} change{} made", changes.size(), changes.size() == 1 ? "" : "s");
+    return report;
+}
+
 Report restore(const Arguments &arguments)
 {
-    Json changes = configuration().apply(read_document(arguments["FILE"].get<std::string>()));
-    const size_t count = changes.size();
-    Report report = table("changes", {{"setting", "setting"}, {"from", "from"}, {"to", "to"}},
-                          std::move(changes), "nothing to change");
-    if (count != 0)
-        report.sentence = fmt::format("{} change{} made", count, count == 1 ? "" : "s");
-    return report;
+    const Json document = read_document(arguments["FILE"].get<std::string>());
+    Changes changes;
+    try {
+        configuration().apply(document, changes);
+    } catch (const Refused &) {
+        forget_failures(); // they are told already
+        if (!printing_json() && !changes.rows().empty())
+            emit(account_of(changes.rows()));
+        throw;
+    }
+    return account_of(changes.rows());
 }
 
 } // namespace
@@ -185,9 +229,10 @@ Json Configuration::read() const
     return document;
 }
 
-Json Configuration::apply(const Json &document) const
+void Configuration::apply(const Json &document, Changes &changes) const
 {
-    Changes changes;
+    for (const Entries &table : tables_)
+        entries_by_key(table, found(document, table.path)); // refuses what it can't make sense of
     Progress progress("restore", settings_.size() + tables_.size());
     size_t done = 0;
     for (const Entries &table : tables_) {
@@ -198,7 +243,6 @@ Json Configuration::apply(const Json &document) const
         apply_setting(setting, found(document, setting.path), changes);
         progress.advance_to(++done);
     }
-    return changes.rows();
 }
 
 Command save_command()

@@ -28,6 +28,19 @@ struct Entries {
     std::function<int32_t(const Json &)> remove; // by its key
 };
 
+// What a restore has changed.
+class Changes {
+public:
+    void note(const std::string &setting, const Json &from, const Json &to)
+    {
+        rows_.push_back({{"setting", setting}, {"from", from}, {"to", to}});
+    }
+    [[nodiscard]] Json rows() const { return rows_; }
+
+private:
+    Json rows_ = Json::array();
+};
+
 class Configuration {
 public:
     void add(Setting setting) { settings_.push_back(std::move(setting)); }
@@ -35,9 +48,9 @@ public:
 
     [[nodiscard]] Json read() const;
 
-    // Makes the switch what the document says; what the document does not name stays. Yields the changes that
-    // were made, as rows of setting, from and to. Throws Refused at the first that fails.
-    [[nodiscard]] Json apply(const Json &document) const;
+    // Makes the switch what the document says; what the document does not name stays. Throws Refused at the
+    // first change that fails; those until then are noted.
+    void apply(const Json &document, Changes &changes) const;
 
 private:
     std::vector<Setting> settings_;

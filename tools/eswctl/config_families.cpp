@@ -327,7 +327,11 @@ bool counts_cpu_packets()
 using RateGet = int32_t (*)(uint32_t, uint32_t *, uint32_t *);
 using RateSet = int32_t (*)(uint32_t, uint32_t, uint32_t);
 
-// {"rate": 0} when the limiter is off: its bucket can't be read then.
+constexpr uint32_t burst_when_off = 0xFFFFFFFF;
+constexpr uint32_t usual_burst = 500;
+
+// {"rate": 0} when the limiter is off: its bucket can't be read then. One that is on may have been rounded
+// down to 0 kbit/s: that comes of 1.
 Setting rate_of(const char *direction, uint32_t port, RateGet get, RateSet set)
 {
     return {{"qos", port_name(port), direction},
@@ -337,9 +341,13 @@ Setting rate_of(const char *direction, uint32_t port, RateGet get, RateSet set)
                 const bool taken = is_class_b() && port == cpu_port && counts_cpu_packets();
                 if (taken || get(port, &rate, &burst) != ETH_E_NONE)
                     return nullptr;
-                return rate == 0 ? Json{{"rate", 0}} : Json{{"rate", rate}, {"burst", burst}};
+                return burst == burst_when_off ? Json{{"rate", 0}} : Json{{"rate", rate}, {"burst", burst}};
             },
-            [=](const Json &value) { return set(port, value.at("rate"), value.value("burst", 0U)); }};
+            [=](const Json &value) {
+                const bool on = value.at("rate") != 0 || value.contains("burst");
+                return set(port, on ? std::max(value.at("rate").get<uint32_t>(), 1U) : 0,
+                           value.value("burst", usual_burst));
+            }};
 }
 
 template <size_t count, typename Weight, typename Get>

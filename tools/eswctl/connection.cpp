@@ -25,8 +25,10 @@ constexpr char simulated[] = "to try it on the simulated switch, use esw-sim esw
 
 std::string what_is_missing(const std::string &interface)
 {
+    const std::string reason = why_requests_failed();
     if (access(control_device, R_OK | W_OK) == 0)
-        return fmt::format("the driver behind {} does not answer; {}", control_device, simulated);
+        return fmt::format("the driver behind {} does not answer{}; {}", control_device,
+                           reason.empty() ? "" : ": " + reason, simulated);
     if (errno == EACCES)
         return fmt::format("no permission to open {}; run eswctl as root", control_device);
     if (if_nametoindex(interface.c_str()) != 0)
@@ -73,7 +75,7 @@ Connection::Connection(const std::string &interface)
     // Without a switch, one line says it better than the library's account of each step.
     const bool nothing_there = !connected && gSocket < 0 && gESWID == nothing_read;
     if (!nothing_there)
-        fmt::print(stderr, "{}", text);
+        tell(text);
     if (connected) {
         refuse_half_started();
         return;

@@ -19,7 +19,7 @@ enum ExitCode { exit_done = 0, exit_refused = 1, exit_usage = 2 };
 int fail(int code, const std::string &message)
 {
     fflush(stdout);
-    fmt::print(stderr, "eswctl: {}\n", message);
+    tell(fmt::format("eswctl: {}\n", message));
     return code;
 }
 

@@ -63,7 +63,7 @@ eswctl \- control a managed Ethernet switch
 .SH DESCRIPTION
 \fBeswctl\fR shows and changes the settings of a managed 3-port Ethernet switch (ports 0, 1 and 8) through libesw.
 Each invocation is one command. A command that shows prints a table or a list, or that there is nothing to show; one
-that changes something prints what it has done in one line. What the library itself has to say appears on standard
+that changes something prints what it has done. What the library itself has to say appears on standard
 error.
 .PP
 Numbers are decimal, or hexadecimal with 0x. Ports are a list such as 0,8, or all; where nothing follows
@@ -77,14 +77,15 @@ constexpr char tail[] = R"(.SH JSON OUTPUT
 With \fB\-\-json\fR each command that prints something prints one JSON document on standard output; a command that
 goes on for a while prints one a line. Numbers and booleans are such; MAC addresses and register words are strings,
 as in "02:00:5e:00:53:01" and "0x00000800"; what does not apply is null. What concerns ports is in an array
-\fIports\fR, of objects that begin with \fIport\fR. A command that changes something prints the new state. On
+\fIports\fR, of objects that begin with \fIport\fR. A command that changes something prints what it has set. On
 failure nothing is printed there, but for a batch: its document tells of the lines until then.
 .PP
 JSON Schema files describe the documents: the family \fINOUN\fR in \fINOUN\fR.schema.json, where the definition of a
 command is named by its other words with hyphens between them, and commands of a single word in general.schema.json.
 .SH DRY RUN AND TRACE
-With \fB\-\-dry\-run\fR reads reach the switch and writes do not; later reads see what was withheld. In place of
-its own output the command prints which registers would change, from what to what. The start of the library, which
+With \fB\-\-dry\-run\fR reads reach the switch and writes do not, but for the index and the command that read a table's
+entry; later reads see what was withheld. In place of its own output the command prints which registers, PHY registers
+and files would change, from what to what. The start of the library, which
 every command needs, is not part of it.
 .PP
 With \fB\-\-trace\fR each request to the driver is a line on standard error: PAGE:OFFSET, the width that was sent,
@@ -127,7 +128,7 @@ eswctl show
 eswctl vlan add 10 0,8 untagged 0
 eswctl rate egress set all 100M
 eswctl \-\-dry\-run port frame\-max 0 9720
-eswctl save before.json && eswctl batch changes || eswctl restore before.json
+eswctl save before.json && { eswctl batch changes || eswctl restore before.json; }
 eswctl arl show \-\-json | jq '.entries[] | select(.static)'
 esw\-sim eswctl info \-\-json
 .fi
@@ -141,7 +142,8 @@ std::string page()
     std::string text = fmt::format(fmt::runtime(head), ESW_VERSION);
     for (const Argument &option : global_options())
         text += described(option);
-    text += ".TP\n\\fB\\-\\-help\\fR\nshow help for this level of commands, as \\fBeswctl help\\fR with the "
+    text += ".TP\n\\fB\\-h\\fR, \\fB\\-\\-help\\fR\nshow help for this level of commands, as \\fBeswctl "
+            "help\\fR with the "
             "words of a command does\n"
             ".TP\n\\fB\\-\\-version\\fR\nprint the version\n.SH COMMANDS\n";
     for (const Family &family : families()) {

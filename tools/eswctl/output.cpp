@@ -43,13 +43,18 @@ void print_or_throw(const std::string &text)
 
 void silence(bool silent) { silent_now = silent; }
 
+void hide_progress()
+{
+    if (shown_progress)
+        shown_progress->hide();
+}
+
 void emit(const Report &report)
 {
     check_requests();
     if (report.value.is_null() || silent_now)
         return;
-    if (shown_progress)
-        shown_progress->hide();
+    hide_progress();
     print_or_throw(as_json_documents ? as_json(report) : as_text(report));
 }
 
@@ -109,7 +114,7 @@ Progress::~Progress()
 void Progress::hide() const
 {
     if (columns_ != 0)
-        fmt::print(stderr, "\r\033[K");
+        tell("\r\033[K");
 }
 
 // On one line: a line that wraps could not be taken back.
@@ -120,19 +125,29 @@ void Progress::advance_to(size_t done)
     std::string line = fmt::format("{}: {}", what_, done);
     if (total_ != 0)
         line += fmt::format(" of {} [{:<30}]", total_, std::string(done * 30 / total_, '='));
-    fmt::print(stderr, "\r{:.{}}", line, columns_ - 1);
+    tell(fmt::format("\r{:.{}}", line, columns_ - 1));
 }
 
 void write_file(const std::string &path, const std::string &text)
 {
-    const std::string scratch = fmt::format("{}.{}", path, getpid());
-    std::ofstream file(scratch, std::ios::binary);
+    namespace fs = std::filesystem;
+    if (withholds_file(path, text.size()))
+        return;
+    std::error_code none;
+    const fs::file_status status = fs::status(path, none); // of what a link leads to
+    const bool replaces = !fs::exists(status) || fs::is_regular_file(status);
+    const std::string target = fs::exists(status) ? fs::canonical(path, none).string() : path;
+    const std::string written = replaces ? fmt::format("{}.{}", target, getpid()) : path;
+    std::ofstream file(written, std::ios::binary);
     file << text;
     file.close();
-    if (file && rename(scratch.c_str(), path.c_str()) == 0)
+    if (file && replaces && fs::exists(status))
+        fs::permissions(written, status.permissions(), none);
+    if (file && (!replaces || rename(written.c_str(), target.c_str()) == 0))
         return;
     const std::string reason = strerror(errno);
-    unlink(scratch.c_str());
+    if (replaces)
+        unlink(written.c_str());
     throw Refused{fmt::format("cannot write {}: {}", path, reason)};
 }
 
@@ -140,7 +155,7 @@ std::string name_file(const std::string &path) { return path == "-" ? "standard 
 
 Report write_document(const std::string &path, Json document, const Report &done)
 {
-    if (path == "-") {
+    if (path == "-" || path == "/dev/stdout") { // the latter leads to standard error here
         Report report{std::move(document)};
         report.text = as_json(report);
         return report;

@@ -18,6 +18,9 @@ void emit(const Report &report);
 
 void print_or_throw(const std::string &text);
 
+// Before something else goes to the terminal.
+void hide_progress();
+
 // From now on, emit() prints nothing: what a dry run's command has to say did not happen.
 void silence(bool silent);
 
@@ -51,8 +54,8 @@ private:
     const Progress *outer_; // whose line comes back in the end
 };
 
-// Whole files. Written under another name first and then renamed, so that nobody reads half of one.
-// Throw Refused with the system's reason.
+// Whole files. A regular one is written under another name first and then renamed, so that nobody reads half
+// of it. Throw Refused with the system's reason.
 void write_file(const std::string &path, const std::string &text);
 std::string read_file(const std::string &path); // "-" is standard input
 std::string name_file(const std::string &path); // in messages about what was read

@@ -9,6 +9,8 @@
 namespace eswctl {
 namespace {
 
+constexpr size_t one_line = 52; // beside the names of the lines, on 80 columns
+
 // A command's value, as eswctl --json prints it.
 Json value_of(const std::string &words)
 {
@@ -52,8 +54,10 @@ Json vlans()
     const Json state = value_of("vlan show");
     for (const Json &row : state["vlans"])
         vids.push_back(row["vid"].get<uint16_t>());
-    return {
-        {"count", vids.size()}, {"vids", vids}, {"ranges", vids.empty() ? Json() : Json(ranges_of(vids))}};
+    std::string ranges = ranges_of(vids);
+    if (ranges.size() > one_line)
+        ranges = ranges.substr(0, ranges.rfind(',', one_line)) + ",...";
+    return {{"count", vids.size()}, {"vids", vids}, {"ranges", vids.empty() ? Json() : Json(ranges)}};
 }
 
 Json addresses()

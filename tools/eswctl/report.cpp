@@ -132,6 +132,9 @@ std::string as_text(const Report &report)
     return report.sentence.empty() ? text : text + report.sentence + '\n';
 }
 
-std::string as_json(const Report &report) { return report.value.dump(report.one_of_many ? -1 : 2) + '\n'; }
+std::string as_json(const Report &report)
+{
+    return report.value.dump(report.one_of_many ? -1 : 2, ' ', false, Json::error_handler_t::replace) + '\n';
+}
 
 } // namespace eswctl

@@ -58,6 +58,12 @@ bool print(const std::string &text)
     return true;
 }
 
+void tell(const std::string &text)
+{
+    fputs(text.c_str(), stderr);
+    fflush(stderr);
+}
+
 std::optional<TerminalSize> output_terminal() { return terminal_behind(own_output); }
 std::optional<TerminalSize> error_terminal() { return terminal_behind(STDERR_FILENO); }
 
@@ -65,7 +71,7 @@ bool confirm(const std::string &question)
 {
     if (!isatty(STDIN_FILENO) || !isatty(STDERR_FILENO))
         return true;
-    fmt::print(stderr, "{} [y/N] ", question);
+    tell(question + " [y/N] ");
     std::string answer;
     std::getline(std::cin, answer);
     return answer == "y" || answer == "Y" || answer == "yes";

@@ -13,6 +13,9 @@ void separate_output();
 // False when it can't be written.
 bool print(const std::string &text);
 
+// To standard error, as well as it takes it: a message that nobody reads must not end the work.
+void tell(const std::string &text);
+
 struct TerminalSize {
     size_t rows, columns;
 };

@@ -36,7 +36,7 @@ void telling_once(const std::function<void()> &calls)
                     file_messages, [&](const char *message) { return line.starts_with(message); });
                 if (!line.empty() && !line.starts_with("No vlan file found") &&
                     (!of_file || told.insert(line).second))
-                    fmt::print(stderr, "{}\n", line);
+                    tell(line + '\n');
             }
         }
     };
@@ -143,9 +143,13 @@ Report destroy(const Arguments &arguments)
 
 Report add(const Arguments &arguments)
 {
-    auto ports = ports_by_word(arguments["PORTS"], "ports",
-                               "PORTS: use member ports, untagged PORTS or both, as in 0,1 untagged 1");
+    const std::string both = "PORTS: use member ports, untagged PORTS or both, as in 0,1 untagged 1";
+    auto ports = ports_by_word(arguments["PORTS"], "ports", both);
     const Json members = ports.contains("ports") ? ports["ports"] : Json::array();
+    if (ports.empty() && arguments["--untagged"].empty())
+        throw UsageError{both};
+    if (ports.contains("untagged") && !arguments["--untagged"].empty())
+        throw UsageError{"--untagged: the word untagged is there, too; use one of them"};
     const Json untagged = ports.contains("untagged") ? ports["untagged"] : arguments["--untagged"];
     std::string outcome;
     if (!members.empty())
@@ -214,7 +218,7 @@ Family vlan_family()
              "Add ports to VLANs; ports that a VLAN has keep what they have",
              {vids,
               {"PORTS", "member " + ports + "; behind the word untagged, those that send without a tag",
-               word_or_ports({"ports", "untagged"}), true, true},
+               word_or_ports({"ports", "untagged"}), false, true, Json::array()},
               {"--untagged", "the same as the word untagged: " + ports, port_set(), false, false,
                Json::array()}},
              add},
