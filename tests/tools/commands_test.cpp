@@ -1,7 +1,6 @@
 // Each row of commands/*.table is a command line and what comes of it:
 //
-//   AB 0 port enable 0,8            | ports 0,8: enabled     class A and class B, exit code 0, the whole
-//   output
+//   AB 0 port enable 0,8            | ports 0,8: enabled     class A and class B, exit code 0, all output
 //    B 0 port show 0,1              ~    0  yes              a part of the output
 //                                   ~    1  yes              its next line
 //   AB 2 port enable 2              ! PORT: '2' is not       a part of standard error

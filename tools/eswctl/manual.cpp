@@ -90,6 +90,11 @@ every command needs, is not part of it.
 .PP
 With \fB\-\-trace\fR each request to the driver is a line on standard error: PAGE:OFFSET, the width that was sent,
 the value, and the register's name.
+.SH SAVED CONFIGURATIONS
+\fBeswctl save\fR writes what can be read back from the switch: ports, static addresses, L2 cache, VLANs, QoS,
+mirroring, controls and the field processor. \fBeswctl restore\fR changes only what differs, leaves alone what the
+document does not name, and prints each change; a restore that was interrupted is completed by another one. EEE, speeds,
+the power of PHYs, the snapshot mode and the parked rule are not part of it.
 .SH EXIT STATUS
 .TP
 .B 0
