@@ -3,8 +3,6 @@
 
 #include "tests/support/board.h"
 
-#include <sys/mman.h>
-
 #include <esw.h>
 
 #include "core/mac.h"
@@ -17,14 +15,8 @@ inline constexpr uint32_t static_entry = sim::arl_valid | sim::arl_static;
 class AddressTable : public Board {
 protected:
     void SetUp() override { start(); }
-    ~AddressTable() override { munmap(shared_, sizeof *shared_); }
-
-    sim::State &state() { return shared_->state; }
     sim::ArlBin *bucket(uint64_t key) { return sim::arl_bucket(state().arl, key); }
     sim::ArlBin *all() { return state().arl.bins; }
-
-private:
-    sim::SharedSwitch *const shared_ = sim::attach_board(directory().c_str());
 };
 
 inline eth_l2_addr_t entry_of(uint64_t key, uint32_t flags = ETH_L2_VALID)

@@ -6,6 +6,8 @@
 #include <set>
 #include <sstream>
 
+#include <fmt/format.h>
+
 namespace test {
 namespace {
 
@@ -82,15 +84,10 @@ protected:
     std::map<std::string, std::set<std::string>> offers(const std::vector<std::string> &lines,
                                                         const std::string &launcher = "")
     {
-        std::vector<std::string> command = {"env",
-                                            "-C",
-                                            scratch("."),
-                                            "HOME=" + scratch("."),
-                                            "TERM=xterm",
-                                            "PATH=" BIN_DIR ":/usr/bin:/bin",
-                                            GetParam().name,
-                                            "-c",
-                                            GetParam().driver};
+        std::vector<std::string> command =
+            words_of(fmt::format("env -C {0} HOME={0} TERM=xterm PATH=" BIN_DIR ":/usr/bin:/bin {1} -c",
+                                 scratch("."), GetParam().name));
+        command.emplace_back(GetParam().driver);
         if (GetParam().name != std::string("fish"))
             command.emplace_back("driver");
         command.push_back(scratch("script"));
@@ -166,10 +163,9 @@ TEST_P(Completion, OffersWhatFits)
     for (const char *line :
          {"vlan create 1,2,10", "cfp set 5 --data 0x3 --drop", "cfp set 41 --data 0x5 --drop"})
         ASSERT_EQ(eswctl(line).code, 0);
-    ASSERT_EQ(launch("", {BIN_DIR "/esw-sim", "--state", scratch("other"), BIN_DIR "/eswctl", "vlan",
-                          "create", "7"})
-                  .code,
-              0);
+    const std::string other =
+        BIN_DIR "/esw-sim --state " + scratch("other") + " " BIN_DIR "/eswctl vlan create 7";
+    ASSERT_EQ(launch("", words_of(other)).code, 0);
     std::vector<std::string> lines;
     for (const Case &c : cases)
         lines.emplace_back(c.line);

@@ -266,7 +266,7 @@ void withhold_operation(const Request &request, const Table &table, uint64_t com
         withheld->cleared.insert(&table);
     } else {
         if (key.size() > 2) // the last index register tells the VID
-            withheld->changes.back().where += fmt::format(" VID {}", key.back());
+            withheld->changes[withheld->rows.at(table.command)].where += fmt::format(" VID {}", key.back());
         Values &entry = withheld->entries[key];
         for (const auto &[address, value] : withheld->registers) {
             if (table_holding(address) == &table)
