@@ -30,10 +30,7 @@ Words expected(uint32_t fill, size_t first, std::initializer_list<uint32_t> valu
     return words;
 }
 
-class CfpRecord : public Board {
-protected:
-    void SetUp() override { start(); }
-};
+class CfpRecord : public StartedBoard {};
 
 TEST_F(CfpRecord, ClassARatesRoundDown)
 {

@@ -9,10 +9,7 @@ namespace {
 
 using namespace test;
 
-class CfpUdf : public Board {
-protected:
-    void SetUp() override { start(); }
-};
+class CfpUdf : public StartedBoard {};
 
 TEST_F(CfpUdf, SelectorsTravelBankByBankWithinAPosition)
 {

@@ -7,10 +7,7 @@ namespace {
 
 using namespace test;
 
-class Control : public Board {
-protected:
-    void SetUp() override { start(); }
-};
+class Control : public StartedBoard {};
 
 enum Kind { bit, value, code };
 

@@ -16,10 +16,7 @@ using namespace test;
 constexpr uint8_t page = 0xE0; // no known register: 64 bits are kept as written
 constexpr uint8_t offset = 0x10;
 
-class Registers : public Board {
-protected:
-    void SetUp() override { start(); }
-};
+class Registers : public StartedBoard {};
 
 struct Access {
     const char *name;

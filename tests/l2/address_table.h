@@ -12,9 +12,8 @@ namespace test {
 inline constexpr uint32_t dynamic_entry = sim::arl_valid;
 inline constexpr uint32_t static_entry = sim::arl_valid | sim::arl_static;
 
-class AddressTable : public Board {
+class AddressTable : public StartedBoard {
 protected:
-    void SetUp() override { start(); }
     sim::ArlBin *bucket(uint64_t key) { return sim::arl_bucket(state().arl, key); }
     sim::ArlBin *all() { return state().arl.bins; }
 };

@@ -7,10 +7,7 @@ namespace {
 
 using namespace test;
 
-class L2Controls : public Board {
-protected:
-    void SetUp() override { start(); }
-};
+class L2Controls : public StartedBoard {};
 
 constexpr uint8_t bridge_group[6] = {0x01, 0x80, 0xC2, 0x00, 0x00, 0x0E};
 

@@ -7,10 +7,7 @@ namespace {
 
 using namespace test;
 
-class Mirror : public Board {
-protected:
-    void SetUp() override { start(); }
-};
+class Mirror : public StartedBoard {};
 
 constexpr uint8_t page = 0x02;
 constexpr uint8_t mac[6] = {0x02, 0x00, 0x5E, 0x10, 0x20, 0x30};

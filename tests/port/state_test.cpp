@@ -7,10 +7,7 @@ namespace {
 
 using namespace test;
 
-class PortState : public Board {
-protected:
-    void SetUp() override { start(); }
-};
+class PortState : public StartedBoard {};
 
 struct Case {
     const char *name;

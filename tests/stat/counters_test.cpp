@@ -11,10 +11,7 @@ namespace {
 
 using namespace test;
 
-class Counters : public Board {
-protected:
-    void SetUp() override { start(); }
-};
+class Counters : public StartedBoard {};
 
 constexpr uint32_t raw_first = 105;
 

@@ -65,4 +65,9 @@ protected:
     [[nodiscard]] std::string directory() const;
 };
 
+class StartedBoard : public Board {
+protected:
+    void SetUp() override { start(); }
+};
+
 } // namespace test
