@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
 # What people type. Everything else is CMake (see CMakePresets.json).
 PREFIX ?= /usr/local
 BUILD := build/release

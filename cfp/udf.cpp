@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 #include <esw/cfp.h>
 
 #include "cfp/shared.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: LGPL-2.1-or-later
 # Manual pages and completions, made from what they describe: the public headers, and eswctl's own command tree.
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 

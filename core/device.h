@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Which chip is on the other side, told from gESWID at each call.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Rounding down to a table of permitted values.
 #pragma once
 

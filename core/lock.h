@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The switch lock: one mutex a process, not recursive.
 #pragma once
 

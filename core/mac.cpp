@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 #include "core/mac.h"
 
 uint64_t esw::pack_mac(const uint8_t mac[6])

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // MAC addresses as the registers hold them: one 48-bit number with mac[0] on top.
 #pragma once
 

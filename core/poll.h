@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The one bounded wait for an engine of the switch.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The ports of the switch: 0 and 1 have PHYs, 8 faces the processor.
 #pragma once
 

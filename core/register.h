@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Switch registers, their fields, and the access helpers that every subsystem uses.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Lists that ethHw_init() builds once: zeros before, constant after.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Clang's thread-safety annotations: clang builds fail where the switch lock is missing or taken twice.
 #pragma once
 

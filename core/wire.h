@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Wire formats and request numbers of the kernel drivers.
 #pragma once
 

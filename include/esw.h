@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: LGPL-2.1-or-later */
 /* libesw: user-space control of a managed 3-port Ethernet switch. Includes the whole public interface.
  *
  * Conventions, stated once and valid for every header under esw/:

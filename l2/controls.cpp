@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 #include <esw/l2.h>
 
 #include "core/lock.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // How the address table holds an entry: a key word and a data word, in the bins of a bucket and in the
 // results of a search alike.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Registers that more than one topic of this folder writes.
 #pragma once
 

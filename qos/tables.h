@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Values that the limiters permit: the registers hold indexes into these.
 #pragma once
 

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: LGPL-2.1-or-later */
 /* libesw: the field processor (CFP), which matches frames against 64 rules and acts on them.
  * The numbered conventions are in esw.h. No call here takes the switch lock.
  *

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: LGPL-2.1-or-later */
 /* libesw: start and end, the exported globals, the transport and the register access primitives.
  * The numbered conventions are in esw.h. */
 #ifndef ESW_CORE_H

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: LGPL-2.1-or-later */
 /* libesw: the address table (ARL), what steers it, and the L2 cache.
  * The numbered conventions are in esw.h. */
 #ifndef ESW_L2_H

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: LGPL-2.1-or-later */
 /* libesw: port and MAC enable, spanning-tree state, reset and frame size; PHY registers; link, speed, duplex
  * and pause; Energy Efficient Ethernet.
  * The numbered conventions are in esw.h. */

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: LGPL-2.1-or-later */
 /* libesw: rate limiting, priority remapping, CoS queues and traffic classes.
  * The numbered conventions are in esw.h.
  *

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: LGPL-2.1-or-later */
 /* libesw: MIB counters and snapshots.
  * The numbered conventions are in esw.h. */
 #ifndef ESW_STAT_H

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: LGPL-2.1-or-later */
 /* libesw: result codes and the declarations that every header of the library shares. */
 #ifndef ESW_TYPES_H
 #define ESW_TYPES_H

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: LGPL-2.1-or-later */
 /* libesw: VLANs: which exist, their ports, the ports' default tags, modes and egress translation.
  * The numbered conventions are in esw.h. */
 #ifndef ESW_VLAN_H

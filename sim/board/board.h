@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The simulated board: one directory that holds a switch and the files of its /dev/shm, shared by every
 // process that runs on it.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The session of a program that runs under the launcher: everything comes from the environment. Whatever is
 // wrong there leaves the program without a simulated switch, as on a machine without drivers.
 #include <cerrno>

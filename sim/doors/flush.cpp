@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // A door for msync. Files under /dev/shm live in memory, where flushing costs nothing; their stand-ins may
 // lie on a disk, where each flush takes milliseconds and clearing all VLANs makes thousands.
 #include <cerrno>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Doors for paths: the control device and the files that the library keeps under /dev/shm, under every name
 // that the C library has for opening, inspecting and removing a file.
 #include <cstdarg>

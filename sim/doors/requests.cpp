@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Doors for requests: ioctl, and what can be made to fail while the library starts.
 #include <cerrno>
 #include <cstdarg>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // One process's view of the simulated board, and the requests that it serves.
 #pragma once
 

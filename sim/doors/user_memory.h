@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Memory that the host program names. The kernel answers a bad address with EFAULT; so must its stand-in.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // What the simulated switch knows of its registers.
 #pragma once
 

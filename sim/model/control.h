@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Switch-wide settings, named by the first control type that each register holds. Control 3 is a bit of
 // cpu-port-control.
 #pragma once

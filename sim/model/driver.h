@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // What the kernel driver makes of a request: faults, the register access, and a line for the trace.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The families' register tables, each beside the engine that gives it life. Power-on contents are those of an
 // idle switch with ports 0 and 1 linked at 1000 Mb/s full duplex.
 #pragma once

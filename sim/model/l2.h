@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The address table with its search, flush and ageing, what steers forwarding, and the L2 cache.
 #pragma once
 

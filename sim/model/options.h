@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // How one process wants its simulated switch: parsed from text, so that a launcher can hand it on.
 #pragma once
 

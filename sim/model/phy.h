@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The PHYs of ports 0 and 1: clause 22 registers, links and Energy Efficient Ethernet.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Rate limiters, priority remapping, CoS queues and traffic classes. Neither class of switch has all of
 // these; where both have something at one address, it is the same register. Banks of per-port registers begin
 // with port 0's and end with port 8's.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The register map: every bank, ordered by page. Each family of registers adds its own table.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // MIB counters: a page for each port and one for the snapshot, and the traffic that is counted.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The simulated switch: registers and the engines behind them. Knows nothing of drivers and processes.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // VLAN table, VLAN control and egress translation.
 #pragma once
 

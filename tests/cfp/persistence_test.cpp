@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The rule file. No call needs the library initialised.
 #include "tests/support/board.h"
 

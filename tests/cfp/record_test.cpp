@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Policer setters and action builders: bits of a record, on both classes.
 #include "tests/support/board.h"
 

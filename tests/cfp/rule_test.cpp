@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The rule table: transfers, the search for a free slot, time-outs, the clear and the ports' enable bits.
 #include "tests/support/board.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // UDF selectors, and the initialisation of the whole field processor.
 #include "tests/support/board.h"
 

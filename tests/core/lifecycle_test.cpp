@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // esw_init, esw_exit and the states between them.
 #include "tests/support/board.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The eight register primitives, the layer selector and the shared helpers.
 #include "tests/support/board.h"
 

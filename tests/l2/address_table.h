@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // A board whose address table a test fills and looks into behind the library's back.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Single entries of the address table, on the bucket of four bins that each falls into.
 #include "tests/l2/address_table.h"
 

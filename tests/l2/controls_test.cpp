@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // What steers forwarding, and the L2 cache.
 #include "tests/support/board.h"
 

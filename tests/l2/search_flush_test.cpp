@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The walk over the address table, and its flush.
 #include "tests/l2/address_table.h"
 

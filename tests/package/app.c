@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: LGPL-2.1-or-later */
 /* An application as its author writes it: C99, installed headers, pkg-config. Holds the exported globals by
  * copy relocation when it is linked without PIE. */
 #include <stdio.h>

@@ -1,4 +1,5 @@
 #!/bin/bash
+# SPDX-License-Identifier: LGPL-2.1-or-later
 # Installs the build, and looks at it as an application's author and a distributor do.
 set -euo pipefail
 build=$1

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Energy Efficient Ethernet, and the sockets that it leaves behind: none.
 #include "tests/support/board.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Link, speed, duplex, pause, and the speeds that a PHY is told.
 #include "tests/support/board.h"
 

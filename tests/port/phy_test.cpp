@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // PHY registers through the MII requests.
 #include "tests/support/board.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Port and MAC enable, spanning tree, reset, frame size.
 #include "tests/support/board.h"
 

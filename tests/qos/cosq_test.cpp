@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Priority remapping, and the CoS queues of the whole switch.
 #include "tests/qos/fresh_switch.h"
 

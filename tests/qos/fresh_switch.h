@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Tests of single calls: each begins on a freshly powered-on switch of any ID.
 #pragma once
 

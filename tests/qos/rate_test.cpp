@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Rate limiters and the ingress rate control.
 #include "tests/qos/fresh_switch.h"
 

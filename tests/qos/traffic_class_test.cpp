@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Traffic classes and queues of each port.
 #include "tests/qos/fresh_switch.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // What a preloaded layer usually gets wrong, and what the simulated switch must not.
 #include "tests/support/board.h"
 

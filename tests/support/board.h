@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // A test's own board: the library under test runs in this process, its requests go through the doors to a
 // model in a directory of the test's own.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tests/tools/eswctl_test.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Each row of commands/*.table is a command line and what comes of it:
 //
 //   AB 0 port enable 0,8            | ports 0,8: enabled     class A and class B, exit code 0, all output

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Completion, in the shells themselves: what each of them offers behind the same lines.
 #include "tests/tools/eswctl_test.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // What the tables of commands can't have: several processes, files, and time.
 #include "tests/tools/eswctl_test.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // eswctl on a simulated switch: command lines, exit codes and output.
 #pragma once
 

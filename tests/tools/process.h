@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Programs run from tests, on a simulated board of the test's own.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // JSON that eswctl prints, against the schemas that are installed with it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // stat with files, traffic and terminals; the registers of control.
 #include "tests/tools/eswctl_test.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The file that says which VLANs exist.
 #include "tests/support/board.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // VLAN table, default tags, modes, egress translation, and the order in which eth_vlan_init() sets them.
 #include "tests/support/board.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // esw-sim: runs a program on a simulated switch.
 #include <algorithm>
 #include <cerrno>

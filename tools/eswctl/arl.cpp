@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // arl: the address table.
 #include "eswctl/arl.h"
 

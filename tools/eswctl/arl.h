@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The address table as commands show it and as a configuration holds it.
 #pragma once
 

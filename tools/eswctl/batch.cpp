@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // batch: many commands in one process.
 #include <sstream>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // cfp: the field processor's rules.
 #include "eswctl/cfp.h"
 

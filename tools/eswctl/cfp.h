@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Rules of the field processor as people and programs see them: docs/cfp-rules.md describes the notation.
 #pragma once
 

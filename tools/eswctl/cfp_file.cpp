@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Rule sets in files: what `cfp show --json` prints, saved, edited and restored.
 #include <algorithm>
 #include <map>

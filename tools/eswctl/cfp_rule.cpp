@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // A rule's record in JSON, and on the command line.
 #include "eswctl/cfp.h"
 #include "eswctl/notation.h"

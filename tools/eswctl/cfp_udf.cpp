@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // cfp udf: what the user-defined fields take from a frame.
 #include <algorithm>
 #include <span>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // From words to a command with checked arguments, and its execution.
 #pragma once
 

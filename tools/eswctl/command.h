@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // What a command is: words, arguments and a function that makes a report. The command line, its help and its
 // checks all come from the families' tables of these.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // completion: scripts for shells, made from the same tables as the command line itself.
 //
 // All shells share one table and one walk over it, in the language of sh. Bash and zsh read these as their

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // save and restore: the switch's whole configuration as one document.
 #include "eswctl/config.h"
 

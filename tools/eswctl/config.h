@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The configuration that can be read back: saved as one document, restored by its differences.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Every setting that can be read back, family by family.
 #include <algorithm>
 #include <array>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The library, initialised for the length of one command.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // control: the numbered switch-wide settings.
 #include <algorithm>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Between the library and the drivers: shows requests (--trace), or withholds what would change the switch
 // (--dry-run). The library calls ioctl() and open() by name, so the program's own come first.
 #pragma once

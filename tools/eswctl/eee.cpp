@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // eee: Energy Efficient Ethernet.
 #include <linux/ethtool.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Why a command was refused: the library's codes in words.
 #include <algorithm>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The families of commands, in the order in which help lists them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Commands of a single word.
 #include <esw.h>
 #include <fmt/format.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // What arguments accept, and the small notations that all families share.
 #include <algorithm>
 #include <cctype>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // aging, mcast, bpdu, protect: what steers the forwarding of the whole switch.
 #include <esw.h>
 #include <fmt/format.h>

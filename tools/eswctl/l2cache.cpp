@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // l2cache: the six directly addressed entries beside the address table.
 #include <algorithm>
 

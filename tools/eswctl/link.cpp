@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // link: what a port's link is like, and what becomes of it.
 #include <map>
 

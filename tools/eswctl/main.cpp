@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // eswctl: the library on the command line.
 #include <exception>
 #include <optional>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // manual: the page eswctl(1), made from the same tables as the command line itself.
 #include <fmt/format.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // mirror: copies of frames to a capture port.
 #include <algorithm>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Lists on the command line, taken apart and put together.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The one way from a report to the user, and what commands that go on for a while need.
 #pragma once
 

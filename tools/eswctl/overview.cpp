@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // show: the whole switch on one screen, out of what the families' own commands report.
 #include <algorithm>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // phy and speed: the clause 22 registers of a port's PHY, and what they make of its link.
 #include <map>
 

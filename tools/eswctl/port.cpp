@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // port: what a port lets through.
 #include "eswctl/port.h"
 

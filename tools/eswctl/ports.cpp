@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // Ports as all commands take and show them.
 #include <algorithm>
 #include <utility>

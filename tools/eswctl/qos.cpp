@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // qos: queues of the whole switch (class A), traffic classes and queues of each port (class B).
 #include <algorithm>
 #include <array>

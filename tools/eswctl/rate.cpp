@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // rate: limits of what ports send and receive.
 #include <algorithm>
 #include <cctype>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // reg: single registers.
 #include <esw.h>
 #include <fmt/format.h>

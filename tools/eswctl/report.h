@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // What a command has to say, once, for people and for programs.
 #pragma once
 

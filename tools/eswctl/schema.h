@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The JSON Schemas of what the tool prints and reads: the files of docs/schema, built in.
 #pragma once
 

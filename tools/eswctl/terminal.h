@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // The tool's three channels. The library prints its messages on standard output; the tool's own output stays
 // clean, so those messages are sent to standard error.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // vlan: which VLANs there are, and their ports.
 #include <algorithm>
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
 // vlan: default tags, modes and egress translation.
 #include <esw.h>
 #include <fmt/format.h>
