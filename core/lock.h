@@ -19,7 +19,7 @@ private:
     pthread_mutex_t mutex_;
 };
 
-extern SwitchMutex switch_mutex;
+[[gnu::visibility("hidden")]] extern SwitchMutex switch_mutex;
 
 // Out of line and without arguments: what a SwitchLock costs its caller is two bare calls.
 void lock_switch() ESW_ACQUIRE(switch_mutex);

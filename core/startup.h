@@ -9,8 +9,8 @@ namespace esw {
 
 using RefreshCounts = std::array<int32_t, 241>;
 
-extern RefreshCounts port_refresh_counts;    // kbit/s, ascending
-extern RefreshCounts cfp_refresh_counts;     // ascending
-extern std::array<int32_t, 11> cfp_ref_caps; // ascending
+[[gnu::visibility("hidden")]] extern RefreshCounts port_refresh_counts;    // kbit/s, ascending
+[[gnu::visibility("hidden")]] extern RefreshCounts cfp_refresh_counts;     // ascending
+[[gnu::visibility("hidden")]] extern std::array<int32_t, 11> cfp_ref_caps; // ascending
 
 } // namespace esw
