@@ -22,13 +22,7 @@ eth_cfp_rule_t filled(char byte)
 
 class CfpRuleFile : public Board {
 protected:
-    const std::string path = directory() + "/shm/cfp_rule.cfg";
-
-    std::string contents()
-    {
-        std::ifstream file(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    const std::string path = shm("cfp_rule.cfg");
 };
 
 TEST_F(CfpRuleFile, HoldsTheRuleStoredLast)
@@ -44,7 +38,7 @@ TEST_F(CfpRuleFile, HoldsTheRuleStoredLast)
     second.ext_b[2] = 0x01020304;
     EXPECT_EQ(eth_cfp_rule_store(&first), 0);
     EXPECT_EQ(eth_cfp_rule_store(&second), 0);
-    EXPECT_EQ(contents(), std::string(120, '3') + "\4\3\2\1");
+    EXPECT_EQ(contents(path), std::string(120, '3') + "\4\3\2\1");
     EXPECT_EQ(eth_cfp_rule_load(&rule), 0);
     EXPECT_EQ(bytes(rule), bytes(second));
 }

@@ -10,7 +10,6 @@ using namespace test;
 
 using Change = void (*)(eth_cfp_rule_t *);
 using Words = std::array<uint32_t, 31>;
-constexpr uint32_t ones = 0xFFFFFFFF;
 constexpr size_t action = 16;
 constexpr size_t policer = 19;
 
@@ -69,11 +68,17 @@ TEST_F(CfpRecord, ClassBPolicers)
         std::initializer_list<uint32_t> words;
     } cases[] = {
         {7, [](auto *r) { result = eth_cfp_util_rule_t_rate_mode_set(r, 6); }, 0, {0x17}},
-        {ones, [](auto *r) { result = eth_cfp_util_rule_t_rate_mode_set(r, 4); }, 0, {0xFFFFFFE7}},
-        {ones, [](auto *r) { result = eth_cfp_util_rule_t_rate_policer_action_set(r, 2); }, 0, {0xFFFFFFFD}},
+        {all_ones, [](auto *r) { result = eth_cfp_util_rule_t_rate_mode_set(r, 4); }, 0, {0xFFFFFFE7}},
+        {all_ones,
+         [](auto *r) { result = eth_cfp_util_rule_t_rate_policer_action_set(r, 2); },
+         0,
+         {0xFFFFFFFD}},
         {0, [](auto *r) { result = eth_cfp_util_rule_t_rate_policer_action_set(r, 3); }, 0, {2}},
-        {ones, [](auto *r) { result = eth_cfp_util_rule_t_rate_color_mode_set(r, 0x100); }, 0, {0xFFFFFFFE}},
-        {0, [](auto *r) { result = eth_cfp_util_rule_t_rate_color_mode_set(r, ones); }, 0, {1}},
+        {all_ones,
+         [](auto *r) { result = eth_cfp_util_rule_t_rate_color_mode_set(r, 0x100); },
+         0,
+         {0xFFFFFFFE}},
+        {0, [](auto *r) { result = eth_cfp_util_rule_t_rate_color_mode_set(r, all_ones); }, 0, {1}},
         {9,
          [](auto *r) { result = eth_cfp_util_rule_t_eir_set(r, 3000000, 2000); },
          1,
@@ -94,7 +99,7 @@ TEST_F(CfpRecord, ClassBPolicers)
     }
 }
 
-// The fills show which bits a builder clears (all ones) and which it sets (zeros).
+// The fills show which bits a builder clears (all all_ones) and which it sets (zeros).
 TEST_F(CfpRecord, ActionsByClass)
 {
     const struct {
@@ -102,20 +107,23 @@ TEST_F(CfpRecord, ActionsByClass)
         Change build;
         std::initializer_list<uint32_t> on_a, on_b;
     } cases[] = {
-        {ones, [](auto *r) { ethCfpRuleAction(r, 0, 0); }, {0xFE7FFE7F}, {0xFCFFFFFF, 0xFFFFE7FF}},
+        {all_ones, [](auto *r) { ethCfpRuleAction(r, 0, 0); }, {0xFE7FFE7F}, {0xFCFFFFFF, 0xFFFFE7FF}},
         {0, [](auto *r) { ethCfpRuleAction(r, 3, 1); }, {0x00800180}, {0x03000000, 0x0800}},
         {0, [](auto *r) { ethCfpRuleAction(r, 0x10000, 4); }, {0x02800000}, {0, 0x2000}}, // not cut
-        {ones, [](auto *r) { ethCfpRuleActionDst(r, 0, 0); }, {0xFF80FF80}, {0xFF003FFF, 0xFFFFF801}},
+        {all_ones, [](auto *r) { ethCfpRuleActionDst(r, 0, 0); }, {0xFF80FF80}, {0xFF003FFF, 0xFFFFF801}},
         {0, [](auto *r) { ethCfpRuleActionDst(r, 0x41, 3); }, {0x00030041}, {0x00204000, 0x6}},
         {0, [](auto *r) { ethCfpRuleActionDst(r, 0xC0, 0x340); }, {0x034000C0}, {0x00200000, 0x700}},
         {0, [](auto *r) { ethCfpRuleActionDst(r, 0x10000, 2); }, {0x00030000}, {0x40000000, 0x4}},
-        {ones, [](auto *r) { ethCfpRuleActionChangeTc(r, 9); }, {ones, 0xFFFFE7FF}, {0xFFFFE7FF}},
+        {all_ones, [](auto *r) { ethCfpRuleActionChangeTc(r, 9); }, {all_ones, 0xFFFFE7FF}, {0xFFFFE7FF}},
         {0, [](auto *r) { ethCfpRuleActionChangeTc(r, 0xF8); }, {0, 0x2000}, {0x2000}},
-        {ones, [](auto *r) { ethCfpRuleActionChainId(r, 0xAB); }, {ones, 0xFFEAFFFF}, {ones, 0xFABFFFFF}},
+        {all_ones,
+         [](auto *r) { ethCfpRuleActionChainId(r, 0xAB); },
+         {all_ones, 0xFFEAFFFF},
+         {all_ones, 0xFABFFFFF}},
         {0, [](auto *r) { ethCfpRuleActionVlanBypass(r); }, {0, 1}, {1}},
-        {ones, [](auto *r) { ethCfpRuleActionVlanBypass(r); }, {ones}, {ones}},
+        {all_ones, [](auto *r) { ethCfpRuleActionVlanBypass(r); }, {all_ones}, {all_ones}},
         {0, ethCfpRuleActionDropAll, {0x01000100}, {0x02000000, 0x1000}},
-        {ones, ethCfpRuleActionDropAll, {0xFF00FF00}, {0xFE003FFF, 0xFFFFF001}},
+        {all_ones, ethCfpRuleActionDropAll, {0xFF00FF00}, {0xFE003FFF, 0xFFFFF001}},
     };
     for (const auto &c : cases) {
         gESWID = class_a;

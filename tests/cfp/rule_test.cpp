@@ -67,18 +67,14 @@ void add_write(Lines &lines, const Exchange &all, unsigned slot, eth_cfp_rule_t 
 
 class CfpRule : public Board {
 protected:
-    const std::string last_index_file = directory() + "/shm/cfp_last_idx.cfg";
+    const std::string last_index_file = shm("cfp_last_idx.cfg");
 
     void write_last_index(const std::string &bytes)
     {
         std::ofstream(last_index_file, std::ios::binary) << bytes;
     }
 
-    std::string last_index()
-    {
-        std::ifstream file(last_index_file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    std::string last_index() { return contents(last_index_file); }
 
     static std::string bytes(int32_t index) { return {reinterpret_cast<const char *>(&index), sizeof index}; }
 
@@ -270,19 +266,15 @@ TEST_F(CfpRule, ClearWritesFreeSlotsInOrderAndThenClears)
 TEST_F(CfpRule, PortsAreEnabledByBit)
 {
     start();
-    uint32_t on[] = {7, 7, 7};
-    EXPECT_EQ(eth_cfp_enable_set(8, 1), 0);
-    EXPECT_EQ(eth_cfp_enable_set(0, -1), 0);
-    EXPECT_EQ(eth_cfp_enable_set(8, 0), 0);
-    EXPECT_EQ(eth_cfp_enable_set(2, 1), ETH_E_PORT);
-    EXPECT_EQ(eth_cfp_enable_get(0, &on[0]), 0);
-    EXPECT_EQ(eth_cfp_enable_get(8, &on[1]), 0);
-    EXPECT_EQ(eth_cfp_enable_get(2, &on[2]), ETH_E_PORT);
-    EXPECT_THAT(log(),
-                ElementsAre("read a1:00 w64 -> 0x0", "write a1:00 w64 <- 0x100", "read a1:00 w64 -> 0x100",
-                            "write a1:00 w64 <- 0x101", "read a1:00 w64 -> 0x101", "write a1:00 w64 <- 0x1",
-                            "read a1:00 w32 -> 0x1", "read a1:00 w32 -> 0x1"));
-    EXPECT_THAT(on, ElementsAre(1, 0, 7));
+    expect({
+        {"abu", CALL(eth_cfp_enable_set(8, 1)), "0: a1:00 r64=0 w64=100"},
+        {"b", CALL(eth_cfp_enable_set(0, -1)), "0: a1:00 r64=100 w64=101"},
+        {"b", CALL(eth_cfp_enable_set(8, 0)), "0: a1:00 r64=103 w64=3"},
+        {"b", CALL(eth_cfp_enable_set(2, 1)), "-18"},
+        {"abu", CALL(eth_cfp_enable_get(0, o)), "0 1: a1:00 r32=1"},
+        {"b", CALL(eth_cfp_enable_get(8, o)), "0 0: a1:00 r32=3"},
+        {"b", CALL(eth_cfp_enable_get(2, o)), "-18"},
+    });
 }
 
 } // namespace

@@ -66,6 +66,9 @@ TEST_F(CfpUdf, InitialisationResetsRulesSelectorsAndTheSearchButNoPort)
     EXPECT_EQ(lines.end() - std::ranges::find(lines, "write a0:00 w64 <- 0x11"), 2 + 93);
     EXPECT_THAT(std::vector(&reg(0xA1, 0), &reg(0xA1, 0) + 256), testing::ElementsAreArray(wanted));
     EXPECT_EQ(eth_cfp_rule_set(-1, rule), 0);
+    EXPECT_EQ(eth_cfp_udf_clear(), 0);
+    EXPECT_EQ(requests([] { EXPECT_EQ(eth_cfp_udf_init(), 0); }), Lines(lines.end() - 93, lines.end()));
+    EXPECT_THAT(std::vector(&reg(0xA1, 0), &reg(0xA1, 0) + 256), testing::ElementsAreArray(wanted));
 
     options().behaviour.stuck = sim::find_bank("cfp-command");
     EXPECT_EQ(eth_cfp_init(), 0) << "whatever becomes of the rules";

@@ -18,21 +18,18 @@ namespace {
 using namespace test;
 using testing::HasSubstr;
 
-size_t open_descriptors()
-{
-    const auto list = std::filesystem::directory_iterator("/proc/self/fd");
-    return static_cast<size_t>(std::distance(begin(list), end(list)));
-}
-
 class Lifecycle : public Board {
 protected:
     // gSocket and gFd as the states name them: -1, 0, or 1 for any open descriptor.
     static std::pair<int, int> descriptors() { return {std::min(gSocket, 1), std::min(gFd, 1)}; }
 };
 
+// What a program finds that has just loaded the library, in whatever order the tests run.
+const std::tuple<uint32_t, int, int> at_load{gESWID, gFd, gSocket};
+
 TEST_F(Lifecycle, AtLoadNothingIsOpenAndEveryRequestFails)
 {
-    EXPECT_EQ(gESWID, 0xFFFFFFFF);
+    EXPECT_EQ(at_load, std::tuple(all_ones, -1, -1));
     EXPECT_EQ(descriptors(), std::pair(-1, -1));
     const Texts texts = printed([] {
         EXPECT_EQ(esw_reg_read32(0, 0, 8), 0xFFFFFFFF);
@@ -83,24 +80,81 @@ TEST_F(Lifecycle, WithoutTheDeviceTheInterfaceRouteServes)
     EXPECT_EQ(esw_init("eth0"), 0);
     EXPECT_EQ(descriptors(), std::pair(1, 0));
     EXPECT_EQ(log()[0], "interface read 02:30 w64 -> 0x2404");
+    const size_t descriptors_before = open_descriptors();
+    EXPECT_EQ(printed([] { EXPECT_EQ(esw_init("lan"), 0); }).out, "ESW: Already initialized!\n");
+    EXPECT_EQ(open_descriptors(), descriptors_before);
+    EXPECT_EQ(descriptors(), std::pair(1, 0));
+    EXPECT_THAT(log(), IsEmpty());
 
     // The route is decided anew for each request.
     options().device_route = true;
     gFd = open("/dev/esw-ctl", O_RDWR);
-    EXPECT_EQ(requests([] { esw_reg_read32(0x02, 0x30, 32); }), Lines{"read 02:30 w32 -> 0x2404"});
+    EXPECT_EQ(outcome(CALL(esw_reg_read32(0x02, 0x30, 32))), "9220: 02:30 r32=2404");
 }
 
-TEST_F(Lifecycle, DescriptorZeroIsNoDevice)
+// Descriptor 0 counts as none; any other number is as good as the rest.
+TEST_F(Lifecycle, LowDescriptors)
 {
-    const int input = dup(0);
+    const struct {
+        std::vector<int> closed;
+        int socket, device;
+        std::string id_request;
+        std::vector<int> left_open; // by the exit
+    } cases[] = {{{0}, 3, 0, "interface read", {0}},
+                 {{0, 1}, 1, 0, "interface read", {0}},
+                 {{1}, 3, 1, "read", {}},
+                 {{1, 2}, 2, 1, "read", {}}};
+    for (const auto &c : cases) {
+        int kept[3];
+        for (const int number : {0, 1, 2})
+            kept[number] = fcntl(number, F_DUPFD, 100);
+        for (const int number : c.closed)
+            close(number);
+        log();
+        const int result = esw_init("eth0");
+        const std::pair got(gSocket, gFd);
+        const std::string request = log()[0];
+        esw_exit();
+        std::vector<int> left_open;
+        for (const int number : c.closed) {
+            if (fcntl(number, F_GETFD) == 0)
+                left_open.push_back(number);
+        }
+        for (const int number : {0, 1, 2}) {
+            dup2(kept[number], number);
+            close(kept[number]);
+        }
+        EXPECT_EQ(result, 0);
+        EXPECT_EQ(got.second, c.device);
+        EXPECT_TRUE(c.socket == 3 ? got.first >= 3 : got.first == c.socket) << got.first;
+        EXPECT_EQ(request, c.id_request + " 02:30 w64 -> 0x2404");
+        EXPECT_EQ(left_open, c.left_open);
+    }
+}
+
+// A socket numbered 0 is initialised with, but never closed: 0 stands for none.
+TEST_F(Lifecycle, SocketZeroStaysOpen)
+{
+    options().device_route = false;
+    const int kept = dup(0);
     close(0);
-    EXPECT_EQ(esw_init("eth0"), 0); // the device opens as descriptor 0
-    EXPECT_EQ(descriptors(), std::pair(1, 0));
-    EXPECT_EQ(log()[0], "interface read 02:30 w64 -> 0x2404");
+    const int result = esw_init("eth0");
+    const int got = gSocket;
+    const Texts again = printed([] { EXPECT_EQ(esw_init("eth0"), 0); });
     esw_exit();
-    EXPECT_EQ(fcntl(0, F_GETFD), 0) << "the library closed a descriptor that counts as none";
-    dup2(input, 0);
-    close(input);
+    const bool left_open = fcntl(0, F_GETFD) == 0;
+    dup2(kept, 0);
+    close(kept);
+    EXPECT_EQ(std::tuple(result, got, left_open), std::tuple(0, 0, true));
+    EXPECT_EQ(again.out, "ESW: Already initialized!\n");
+}
+
+TEST_F(Lifecycle, TheHardwareExitDestroysTheLockAndClosesNothing)
+{
+    start();
+    EXPECT_EQ(ethHw_exit(), 0);
+    EXPECT_THAT(log(), ElementsAre(HasSubstr("pthread_mutex_destroy()\n")));
+    EXPECT_EQ(descriptors(), std::pair(1, 1));
 }
 
 TEST_F(Lifecycle, SocketFailureKeepsTheDeviceOpenUntilExit)

@@ -19,91 +19,34 @@ constexpr uint8_t offset = 0x10;
 
 class Registers : public StartedBoard {};
 
-struct Access {
-    const char *name;
-    uint64_t old;
-    std::function<int64_t()> call;
-    int64_t result;
-    Lines requests;
-};
-
 TEST_F(Registers, SendTheirWidthsInOrder)
 {
     const uint8_t m8 = 0x0F, v8 = 0x05;
     const uint16_t m16 = 0x0FF0, v16 = 0x1230;
     const uint32_t m32 = 0xFF000000, v32 = 0xAB123456;
     const uint64_t m64 = 0xFF00000000000000, v64 = 0x1122334455667788;
-    const auto masked = [](uint8_t width, const void *mask, const void *value) {
-        return [=] { return esw_reg_write_masked(page, offset, width, mask, value); };
-    };
-    const Access accesses[] = {
-        {"read32",
-         0x123456789A,
-         [] { return esw_reg_read32(page, offset, 8); },
-         0x3456789A,
-         {"read e0:10 w32 -> 0x123456789a"}},
-        {"read",
-         0x123456789A,
-         [] { return int64_t(esw_reg_read(page, offset, 8)); },
-         0x123456789A,
-         {"read e0:10 w64 -> 0x123456789a"}},
-        {"write",
-         0,
-         [] { return esw_reg_write(page, offset, 8, 0xFEDCBA9876543210); },
-         0,
-         {"write e0:10 w64 <- 0xfedcba9876543210"}},
-        {"mask set",
-         0x8000000000000001,
-         [] { return esw_reg_mask_set(page, offset, 8, 0x6); },
-         0,
-         {"read e0:10 w64 -> 0x8000000000000001", "write e0:10 w64 <- 0x8000000000000007"}},
-        {"mask clear",
-         0x8000000000000007,
-         [] { return esw_reg_mask_clear(page, offset, 8, 0x8000000000000002); },
-         0,
-         {"read e0:10 w64 -> 0x8000000000000007", "write e0:10 w64 <- 0x5"}},
-        {"32 masked",
-         0xFFFFFFFF12345678,
-         [] { return esw_reg_write32_masked(page, offset, 64, 0xFF, 0xABCD); },
-         0,
-         {"read e0:10 w32 -> 0xffffffff12345678", "write e0:10 w64 <- 0x123456cd"}},
-        {"32 masked by nothing",
-         0x55,
-         [] { return esw_reg_write32_masked(page, offset, 8, 0, 0xFF); },
-         0,
-         {"read e0:10 w32 -> 0x55", "write e0:10 w64 <- 0x55"}},
-        {"64 masked",
-         0xFFFFFFFF12345678,
-         [] { return esw_reg_write64_masked(page, offset, 8, 0xF000000000000000, 0); },
-         0,
-         {"read e0:10 w64 -> 0xffffffff12345678", "write e0:10 w64 <- 0xfffffff12345678"}},
-        {"masked 8", 0x1F3, masked(8, &m8, &v8), 0, {"read e0:10 w64 -> 0x1f3", "write e0:10 w64 <- 0xf5"}},
-        {"masked 16",
-         0x9F00F,
-         masked(16, &m16, &v16),
-         0,
-         {"read e0:10 w64 -> 0x9f00f", "write e0:10 w64 <- 0xf23f"}},
-        {"masked 32",
-         0x9112233445,
-         masked(32, &m32, &v32),
-         0,
-         {"read e0:10 w64 -> 0x9112233445", "write e0:10 w64 <- 0xab233445"}},
-        {"masked 64",
-         5,
-         masked(64, &m64, &v64),
-         0,
-         {"read e0:10 w64 -> 0x5", "write e0:10 w64 <- 0x1100000000000005"}},
-        {"masked 48",
-         5,
-         masked(48, &m64, &v64),
-         0,
-         {"read e0:10 w64 -> 0x5", "write e0:10 w64 <- 0x1100000000000005"}},
-    };
-    for (const Access &access : accesses) {
-        reg(page, offset) = access.old;
-        EXPECT_EQ(requests([&] { EXPECT_EQ(access.call(), access.result) << access.name; }), access.requests)
-            << access.name;
-    }
+    expect({
+        {"abu", CALL(esw_reg_read32(page, offset, 8)), "878082202: e0:10 r32=123456789a"},
+        {"abu", CALL(int64_t(esw_reg_read(page, offset, 8))), "78187493530: e0:10 r64=123456789a"},
+        {"b", CALL(esw_reg_write(page, offset, 8, 0xFEDCBA9876543210)), "0: e0:10 w64=fedcba9876543210"},
+        {"b", CALL(esw_reg_mask_set(page, offset, 8, 0x6)),
+         "0: e0:10 r64=8000000000000001 w64=8000000000000007"},
+        {"b", CALL(esw_reg_mask_clear(page, offset, 8, 0x8000000000000002)),
+         "0: e0:10 r64=8000000000000007 w64=5"},
+        {"b", CALL(esw_reg_write32_masked(page, offset, 64, 0xFF, 0xABCD)),
+         "0: e0:10 r32=ffffffff12345678 w64=123456cd"},
+        {"b", CALL(esw_reg_write32_masked(page, offset, 8, 0, 0xFF)), "0: e0:10 r32=55 w64=55"},
+        {"b", CALL(esw_reg_write64_masked(page, offset, 8, 0xF000000000000000, 0)),
+         "0: e0:10 r64=ffffffff12345678 w64=fffffff12345678"},
+        {"b", CALL(esw_reg_write_masked(page, offset, 8, &m8, &v8)), "0: e0:10 r64=1f3 w64=f5"},
+        {"b", CALL(esw_reg_write_masked(page, offset, 16, &m16, &v16)), "0: e0:10 r64=9f00f w64=f23f"},
+        {"b", CALL(esw_reg_write_masked(page, offset, 32, &m32, &v32)),
+         "0: e0:10 r64=9112233445 w64=ab233445"},
+        {"b", CALL(esw_reg_write_masked(page, offset, 64, &m64, &v64)),
+         "0: e0:10 r64=5 w64=1100000000000005"},
+        {"b", CALL(esw_reg_write_masked(page, offset, 48, &m64, &v64)),
+         "0: e0:10 r64=5 w64=1100000000000005"},
+    });
 }
 
 TEST_F(Registers, FailuresPrintOneMessageEachAndRmwsGoOn)
@@ -112,19 +55,25 @@ TEST_F(Registers, FailuresPrintOneMessageEachAndRmwsGoOn)
     const std::string read32 = "ESW: read32 error !\n: Input/output error\n";
     const std::string read = "ESW: read error !\n: Input/output error\n";
     const std::string write = "ESW: write error !\n: Input/output error\n";
-    EXPECT_EQ(printed([] { EXPECT_EQ(esw_reg_read32(page, offset, 32), 0xFFFFFFFF); }).error, read32);
-    EXPECT_EQ(printed([] { EXPECT_EQ(esw_reg_read(page, offset, 32), ~uint64_t{0}); }).error, read);
-    EXPECT_EQ(printed([] { EXPECT_EQ(esw_reg_write(page, offset, 32, 1), -1); }).error, write);
-    EXPECT_EQ(printed([] { EXPECT_EQ(esw_reg_mask_clear(page, offset, 32, 1), -1); }).error, read + write);
-    EXPECT_EQ(printed([] { EXPECT_EQ(esw_reg_write32_masked(page, offset, 32, 1, 0), -1); }).error,
-              read32 + write);
-    EXPECT_THAT(log(), testing::Contains("write e0:10 w64 <- 0xfffffffffffffffe failed"));
-}
-
-TEST_F(Registers, AFailedReadDoesNotChangeTheWritesResult)
-{
-    options().failing_request = 1;
-    printed([] { EXPECT_EQ(esw_reg_mask_set(page, offset, 32, 1), 0); });
+    const struct {
+        Call call;
+        std::string outcome, error;
+    } cases[] = {
+        {CALL(esw_reg_read32(page, offset, 32)), "4294967295: e0:10 r32!", read32},
+        {CALL(int64_t(esw_reg_read(page, offset, 32))), "-1: e0:10 r64!", read},
+        {CALL(esw_reg_write(page, offset, 32, 1)), "-1: e0:10 w64=1!", write},
+        {CALL(esw_reg_mask_clear(page, offset, 32, 1)), "-1: e0:10 r64! w64=fffffffffffffffe!", read + write},
+        {CALL(esw_reg_write32_masked(page, offset, 32, 1, 0)), "-1: e0:10 r32! w64=fffffffe!",
+         read32 + write},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(printed([&] { EXPECT_EQ(outcome(c.call), c.outcome); }).error, c.error);
+    options().all_requests_fail = false;
+    options().failing_request = 8; // a failed read does not change the write's result
+    printed([&] {
+        EXPECT_THAT(outcome(CALL(esw_reg_mask_set(page, offset, 32, 1))),
+                    testing::StartsWith("0: e0:10 r64! "));
+    });
 }
 
 // Requests from several threads at once must not take each other's register request.
@@ -147,32 +96,17 @@ TEST_F(Registers, ThreadsKeepTheirOwnRequests)
     }
 }
 
-TEST_F(Registers, LayerSelectorIsForClassAOnly)
-{
-    EXPECT_EQ(requests([] {
-                  uint32_t mode = 7;
-                  EXPECT_EQ(eth_cosq_ip_mac_layer_set(0), ETH_E_UNAVAIL);
-                  EXPECT_EQ(eth_cosq_ip_mac_layer_get(&mode), ETH_E_UNAVAIL);
-                  EXPECT_EQ(mode, 7u);
-              }),
-              Lines{});
-}
-
 TEST_F(Registers, LayerSelectorSetsItsBitBeforeItLooksAtTheMode)
 {
-    gESWID = class_a;
-    reg(0x30, 0x00) = 0x53;
-    EXPECT_EQ(requests([] { EXPECT_EQ(eth_cosq_ip_mac_layer_set(3), 0); }),
-              (Lines{"read 30:00 w64 -> 0x53", "write 30:00 w64 <- 0xd3", "read 30:00 w32 -> 0xd3",
-                     "write 30:00 w64 <- 0xdf"}));
-    uint32_t mode = 0;
-    EXPECT_EQ(eth_cosq_ip_mac_layer_get(&mode), 0);
-    EXPECT_EQ(mode, 3u);
-    for (const int wrong : {4, -1}) {
-        reg(0x30, 0x00) = 0x04;
-        EXPECT_EQ(requests([=] { EXPECT_EQ(eth_cosq_ip_mac_layer_set(wrong), ETH_E_UNAVAIL); }),
-                  (Lines{"read 30:00 w64 -> 0x4", "write 30:00 w64 <- 0x84"}));
-    }
+    expect({
+        {"a", CALL(eth_cosq_ip_mac_layer_set(3)), "0: 30:00 r64=53 w64=d3 r32=d3 w64=df"},
+        {"a", CALL(eth_cosq_ip_mac_layer_get(o)), "0 3: 30:00 r32=df"},
+        {"a", CALL(eth_cosq_ip_mac_layer_get(o)), "0 1: 30:00 r32=f4"},
+        {"a", CALL(eth_cosq_ip_mac_layer_set(4)), "-16: 30:00 r64=4 w64=84"},
+        {"a", CALL(eth_cosq_ip_mac_layer_set(-1)), "-16: 30:00 r64=4 w64=84"},
+        {"beu", CALL(eth_cosq_ip_mac_layer_set(0)), "-16"},
+        {"beu", CALL(eth_cosq_ip_mac_layer_get(o)), "-16"},
+    });
 }
 
 TEST(Floor, RoundsDownAndClampsToTheTable)

@@ -2,8 +2,6 @@
 // Energy Efficient Ethernet, and the sockets that it leaves behind: none.
 #include "tests/support/board.h"
 
-#include <filesystem>
-
 #include <linux/ethtool.h>
 #include <sys/socket.h>
 
@@ -42,7 +40,7 @@ TEST_F(EnergyEfficientEthernet, GetTurnsTheCallersRecordIntoTheRequest)
     EXPECT_EQ(memcmp(&record, &before, sizeof record), 0);
 
     state().eee[1].tx_lpi_timer = 77;
-    EXPECT_EQ(short_requests([&] { EXPECT_EQ(eth_eee_get(1, &record), 0); }), "eee2:1");
+    EXPECT_EQ(traffic([&] { EXPECT_EQ(eth_eee_get(1, &record), 0); }), "eee2:1");
     const ethtool_eee expected = {ETHTOOL_GEEE, 0x28, 0x28, 0x28, 1, 1, 1, 77, {2, 0xAAAAAAAA}};
     EXPECT_EQ(memcmp(&record, &expected, sizeof record), 0);
 
@@ -62,26 +60,19 @@ TEST_F(EnergyEfficientEthernet, SetWritesOnlyWhatDiffers)
         int32_t result;
         const char *requests;
     } const cases[] = {
-        {0, 1, 0, 0, "eee1:1"},
-        {0, 2, 0, 0, "eee1:1 eee1=2"},
-        {1, 0, 0, 0, "eee2:1 eee2=0"},
-        {2, 1, 0, ETH_E_PORT, ""},
-        {8, 1, 0, ETH_E_PORT, ""},
-        {0, 0, 6, -1, "eee1 failed"},
-        {0, 0, 8, -1, "eee1:2 eee1=0 failed"},
+        {0, 1, 0, 0, "eee1:1"},          {0, 2, 0, 0, "eee1:1 eee1=2"}, {1, 0, 0, 0, "eee2:1 eee2=0"},
+        {2, 1, 0, ETH_E_PORT, ""},       {8, 1, 0, ETH_E_PORT, ""},     {0, 0, 6, -1, "eee1!"},
+        {0, 0, 8, -1, "eee1:2 eee1=0!"},
     };
     for (const auto &c : cases) {
         options().failing_request = c.failing;
-        EXPECT_EQ(short_requests([&] { EXPECT_EQ(eth_eee_set(c.port, c.enable), c.result); }), c.requests);
+        EXPECT_EQ(traffic([&] { EXPECT_EQ(eth_eee_set(c.port, c.enable), c.result); }), c.requests);
     }
     EXPECT_EQ(state().eee[0].advertised, 0x8U) << "the rest goes back as it was read";
 }
 
 TEST_F(EnergyEfficientEthernet, NoSocketStaysOpen)
 {
-    const auto open_descriptors = [] {
-        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-    };
     const auto before = open_descriptors();
     shut_down = 0;
     ethtool_eee record = {};

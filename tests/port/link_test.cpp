@@ -31,46 +31,26 @@ protected:
 
 TEST_F(Link, Readings)
 {
-    struct {
-        int32_t (*get)(uint32_t, int32_t *);
-        uint32_t port;
-        uint8_t offset;
-        uint64_t contents;
-        int32_t value;
-        const char *request;
-    } const readings[] = {
-        {eth_port_link_status_get, 0, 0, 0x102, 0, "read 01:00 w32 -> 0x102"},
-        {eth_port_link_status_get, 8, 0, 0x102, 1, "read 01:00 w32 -> 0x102"},
-        {eth_port_speed_get, 0, 4, 0x6, 1000, "read 01:04 w32 -> 0x6"},
-        {eth_port_speed_get, 1, 4, 0x6, 100, "read 01:04 w32 -> 0x6"},
-        {eth_port_speed_get, 8, 4, 0x2FFFF, 1000, "read 01:04 w32 -> 0x2ffff"},
-        {eth_port_speed_get, 8, 4, 0xFFFCFFFF, 10, "read 01:04 w32 -> 0xfffcffff"},
-        {eth_port_speed_get, 0, 4, 0x3, 1000, "read 01:04 w32 -> 0x3"},
-        {eth_port_duplex_get, 1, 8, 0x2, 1, "read 01:08 w32 -> 0x2"},
-        {eth_port_duplex_get, 8, 8, 0x3, 0, "read 01:08 w32 -> 0x3"},
-        {eth_port_link_status_change_get, 8, 2, 0x100, 1, "read 01:02 w32 -> 0x100"},
-    };
-    for (const auto &r : readings) {
-        reg(1, r.offset) = r.contents;
-        int32_t value = 5;
-        EXPECT_EQ(requests([&] { EXPECT_EQ(r.get(r.port, &value), 0); }),
-                  (Lines{"lock", r.request, "unlock"}));
-        EXPECT_EQ(value, r.value) << r.request;
-        for (const uint32_t port : {2U, 7U, 9U, 0x100U, 0xFFFFFFFFU}) {
-            EXPECT_EQ(requests([&] { EXPECT_EQ(r.get(port, &value), ETH_E_PORT); }), Lines{});
-            EXPECT_EQ(std::exchange(value, 5), -1);
-        }
-    }
-
-    int32_t low = 5, high = 5;
-    reg(1, 0x0A) = 0x20400;
-    EXPECT_EQ(requests([&] { EXPECT_EQ(eth_port_pause_get(1, &low, &high), 0); }),
-              (Lines{"lock", "read 01:0a w32 -> 0x20400", "read 01:0a w32 -> 0x20400", "unlock"}));
-    EXPECT_EQ(std::pair(low, high), std::pair(0, 1));
-    EXPECT_EQ(eth_port_pause_get(8, &low, &high), 0);
-    EXPECT_EQ(std::pair(low, high), std::pair(0, 1));
-    EXPECT_EQ(eth_port_pause_get(3, &low, &high), ETH_E_PORT);
-    EXPECT_EQ(std::pair(low, high), std::pair(-1, -1));
+    expect({
+        {"abu", CALL(eth_port_link_status_get(0, o)), "0 0: [01:00 r32=102]"},
+        {"b", CALL(eth_port_link_status_get(8, o)), "0 1: [01:00 r32=102]"},
+        {"abu", CALL(eth_port_speed_get(0, o)), "0 1000: [01:04 r32=6]"},
+        {"b", CALL(eth_port_speed_get(1, o)), "0 100: [01:04 r32=6]"},
+        {"b", CALL(eth_port_speed_get(8, o)), "0 1000: [01:04 r32=2ffff]"},
+        {"b", CALL(eth_port_speed_get(8, o)), "0 10: [01:04 r32=fffcffff]"},
+        {"b", CALL(eth_port_speed_get(0, o)), "0 1000: [01:04 r32=3]"},
+        {"abu", CALL(eth_port_duplex_get(1, o)), "0 1: [01:08 r32=2]"},
+        {"b", CALL(eth_port_duplex_get(8, o)), "0 0: [01:08 r32=3]"},
+        {"abu", CALL(eth_port_link_status_change_get(8, o)), "0 1: [01:02 r32=100]"},
+        {"abu", CALL(eth_port_pause_get(1, o, o + 1)), "0 0 1: [01:0a r32=20400*2]"},
+        {"b", CALL(eth_port_pause_get(8, o, o + 1)), "0 0 1: [01:0a r32=20400*2]"},
+    });
+    for (const uint32_t port : {2U, 7U, 9U, 0x100U, all_ones})
+        expect({{"abu", CALL(eth_port_link_status_get(port, o)), "-18 -1"},
+                {"abu", CALL(eth_port_speed_get(port, o)), "-18 -1"},
+                {"abu", CALL(eth_port_duplex_get(port, o)), "-18 -1"},
+                {"abu", CALL(eth_port_link_status_change_get(port, o)), "-18 -1"},
+                {"abu", CALL(eth_port_pause_get(port, o, o + 1)), "-18 -1 -1"}});
 }
 
 TEST_F(Link, ChangesOfOtherPortsWaitUntilTheyAreAskedAbout)
@@ -113,8 +93,8 @@ TEST_F(Link, SpeedIsSetByWhatThePhyAdvertises)
     for (const auto &c : cases) {
         phy(c.control, c.advertisement, c.gigabit);
         reg(1, 4) = c.now;
-        EXPECT_EQ(short_requests([&] { EXPECT_EQ(eth_port_speed_set("eth0", 0, 0, c.speed), 0); }),
-                  fmt::format("lock read 01:04 w32 -> {:#x} unlock{}", c.now, c.accesses));
+        EXPECT_EQ(traffic([&] { EXPECT_EQ(eth_port_speed_set("eth0", 0, 0, c.speed), 0); }),
+                  fmt::format("[01:04 r32={:x}]{}", c.now, c.accesses));
         EXPECT_EQ(reg(1, 4) & 3, c.then);
     }
 }

@@ -30,7 +30,7 @@ TEST_F(Phy, AddressesFollowTheDeviceId)
     for (const auto &c : cases) {
         gESWID = c.device_id;
         uint32_t value = 0;
-        EXPECT_THAT(short_requests([&] { ethHw_port_phy_get_ioctl("eth0", c.port, 0, 0x10002, &value); }),
+        EXPECT_THAT(traffic([&] { ethHw_port_phy_get_ioctl("eth0", c.port, 0, 0x10002, &value); }),
                     testing::StartsWith(fmt::format("{}.2", c.address)))
             << fmt::format("{:#x} port {:#x}", c.device_id, c.port);
     }
@@ -41,7 +41,7 @@ TEST_F(Phy, AccessesGoToTheCallersInterfaceOnTheSocket)
     start();
     ASSERT_GT(gFd, 0) << "register requests take the other route";
     uint32_t value = 0xFFFFFFFF;
-    EXPECT_EQ(short_requests([&] {
+    EXPECT_EQ(traffic([&] {
                   EXPECT_EQ(eth_port_phy_get("lan", 0, 7, 1, &value), 0);
                   EXPECT_EQ(eth_port_phy_set("eth0", 1, 7, 4, 0x12345), 0);
               }),
@@ -86,14 +86,12 @@ TEST_F(Phy, PowerIsWrittenOnlyWhereItChanges)
         gESWID = c.device_id;
         for (sim::Phy &phy : state().phys)
             phy.registers[0] = c.control;
-        EXPECT_EQ(
-            short_requests([&] { EXPECT_EQ(eth_port_phy_enable("eth0", c.port, 0, c.enable), c.result); }),
-            c.requests);
+        EXPECT_EQ(traffic([&] { EXPECT_EQ(eth_port_phy_enable("eth0", c.port, 0, c.enable), c.result); }),
+                  c.requests);
     }
     options().mii_requests_fail = true;
     gESWID = 0x2404;
-    EXPECT_EQ(short_requests([&] { EXPECT_EQ(eth_port_phy_enable("eth0", 1, 0, 0), ETH_E_PHY); }),
-              "4.0 failed");
+    EXPECT_EQ(traffic([&] { EXPECT_EQ(eth_port_phy_enable("eth0", 1, 0, 0), ETH_E_PHY); }), "4.0!");
 }
 
 // What the simulated network driver refuses, and with which errno.

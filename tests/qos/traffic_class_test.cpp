@@ -1,23 +1,23 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Traffic classes and queues of each port.
-#include "tests/qos/fresh_switch.h"
+#include "tests/support/board.h"
+
+#include <esw.h>
 
 namespace {
 
 using namespace test;
 
-constexpr uint32_t every_port = 0xFFFFFFFF;
-constexpr uint32_t all_ones = 0xFFFFFFFF;
-
-class TrafficClass : public FreshSwitch {};
+constexpr uint32_t every_port = all_ones;
+class TrafficClass : public StartedBoard {};
 
 TEST_F(TrafficClass, PcpCallsAlwaysFail)
 {
     expect({
-        {"abu", [](Out) { return eth_cosq_port_pcp2tc_set(0, 1, 2, 3); }, ETH_E_PARAM, ""},
-        {"abu", [](Out) { return eth_cosq_port_pcp2tc_set(3, 1, 2, 3); }, ETH_E_PORT, ""},
-        {"abu", [](Out o) { return eth_cosq_port_pcp2tc_get(8, 1, 2, o); }, ETH_E_PARAM, "", {all_ones}},
-        {"abu", [](Out o) { return eth_cosq_port_pcp2tc_get(3, 1, 2, o); }, ETH_E_PORT, "", {all_ones}},
+        {"abu", CALL(eth_cosq_port_pcp2tc_set(0, 1, 2, 3)), "-4"},
+        {"abu", CALL(eth_cosq_port_pcp2tc_set(3, 1, 2, 3)), "-18"},
+        {"abu", CALL(eth_cosq_port_pcp2tc_get(8, 1, 2, o)), "-4 -1"},
+        {"abu", CALL(eth_cosq_port_pcp2tc_get(3, 1, 2, o)), "-18 -1"},
     });
 }
 
@@ -34,18 +34,17 @@ int32_t dscp_get(uint32_t port, int32_t dscp, Out tc)
 TEST_F(TrafficClass, DscpMapStandsWhereTheDeviceHasIt)
 {
     expect({
-        {"aeu", [](Out) { return dscp_set(every_port, 46, 6); }, 0,
-         "30:3c r64=b6db6d924924 w64=badb6d924924"},
-        {"b", [](Out) { return dscp_set(every_port, 46, 6); }, 0, "30:40 r64=b6db6d924924 w64=badb6d924924"},
-        {"b", [](Out) { return dscp_set(every_port, 0, 7); }, 0, "30:34 r64=249249000000 w64=249249000007"},
-        {"aeu", [](Out o) { return dscp_get(every_port, 63, o); }, 0, "30:42 r64=ffffffdb6db6", {7}},
-        {"b", [](Out o) { return dscp_get(every_port, 31, o); }, 0, "30:3a r64=6db6db492492", {3}},
-        {"b", [](Out) { return dscp_set(0, 64, 8); }, ETH_E_PORT, ""},
-        {"b", [](Out) { return dscp_set(every_port, 64, 0); }, ETH_E_PARAM, ""},
-        {"b", [](Out) { return dscp_set(every_port, -1, 0); }, ETH_E_PARAM, ""},
-        {"b", [](Out) { return dscp_set(every_port, 63, 8); }, ETH_E_PARAM, ""},
-        {"b", [](Out o) { return dscp_get(8, 64, o); }, ETH_E_PORT, "", {all_ones}},
-        {"b", [](Out o) { return dscp_get(every_port, 64, o); }, ETH_E_PARAM, "", {all_ones}},
+        {"aeu", CALL(dscp_set(every_port, 46, 6)), "0: 30:3c r64=b6db6d924924 w64=badb6d924924"},
+        {"b", CALL(dscp_set(every_port, 46, 6)), "0: 30:40 r64=b6db6d924924 w64=badb6d924924"},
+        {"b", CALL(dscp_set(every_port, 0, 7)), "0: 30:34 r64=249249000000 w64=249249000007"},
+        {"aeu", CALL(dscp_get(every_port, 63, o)), "0 7: 30:42 r64=ffffffdb6db6"},
+        {"b", CALL(dscp_get(every_port, 31, o)), "0 3: 30:3a r64=6db6db492492"},
+        {"b", CALL(dscp_set(0, 64, 8)), "-18"},
+        {"b", CALL(dscp_set(every_port, 64, 0)), "-4"},
+        {"b", CALL(dscp_set(every_port, -1, 0)), "-4"},
+        {"b", CALL(dscp_set(every_port, 63, 8)), "-4"},
+        {"b", CALL(dscp_get(8, 64, o)), "-18 -1"},
+        {"b", CALL(dscp_get(every_port, 64, o)), "-4 -1"},
     });
     for (uint32_t late = 0xD310; late <= 0xD315; ++late) {
         become(late);
@@ -57,37 +56,30 @@ TEST_F(TrafficClass, DscpMapStandsWhereTheDeviceHasIt)
 TEST_F(TrafficClass, DscpModeIsForEveryDevice)
 {
     expect({
-        {"abu", [](Out) { return eth_cosq_port_dscp2tc_mode_set(8, 2); }, 0, "30:06 r64=1 w64=101"},
-        {"abu", [](Out) { return eth_cosq_port_dscp2tc_mode_set(1, 0); }, 0, "30:06 r64=3 w64=1"},
-        {"abu", [](Out) { return eth_cosq_port_dscp2tc_mode_set(0, 1); }, ETH_E_PARAM, ""},
-        {"abu", [](Out) { return eth_cosq_port_dscp2tc_mode_set(2, 1); }, ETH_E_PORT, ""},
-        {"abu", [](Out o) { return eth_cosq_port_dscp2tc_mode_get(8, o); }, 0, "30:06 r32=100", {2}},
-        {"abu", [](Out o) { return eth_cosq_port_dscp2tc_mode_get(0, o); }, 0, "30:06 r32=100", {0}},
-        {"abu", [](Out o) { return eth_cosq_port_dscp2tc_mode_get(7, o); }, ETH_E_PORT, "", {all_ones}},
+        {"abu", CALL(eth_cosq_port_dscp2tc_mode_set(8, 2)), "0: 30:06 r64=1 w64=101"},
+        {"abu", CALL(eth_cosq_port_dscp2tc_mode_set(1, 0)), "0: 30:06 r64=3 w64=1"},
+        {"abu", CALL(eth_cosq_port_dscp2tc_mode_set(0, 1)), "-4"},
+        {"abu", CALL(eth_cosq_port_dscp2tc_mode_set(2, 1)), "-18"},
+        {"abu", CALL(eth_cosq_port_dscp2tc_mode_get(8, o)), "0 2: 30:06 r32=100"},
+        {"abu", CALL(eth_cosq_port_dscp2tc_mode_get(0, o)), "0 0: 30:06 r32=100"},
+        {"abu", CALL(eth_cosq_port_dscp2tc_mode_get(7, o)), "-18 -1"},
     });
 }
 
 TEST_F(TrafficClass, FieldsOfClassB)
 {
     expect({
-        {"be", [](Out) { return eth_cosq_port_tc_src_set(8, 7, 6); }, 0, "30:60 r32=f00f w64=b00f"},
-        {"be", [](Out o) { return eth_cosq_port_tc_src_get(1, 7, o); }, 0, "30:52 r32=8000", {2}},
-        {"be", [](Out) { return eth_cosq_port_mapping_set(1, 7, 5); }, 0,
-         "[30:74 r32=ffffffff w64=ffbfffff]"},
-        {"be", [](Out) { return eth_cosq_port_mapping_set(0, 0, 8); }, ETH_E_PARAM, ""},
-        {"be", [](Out o) { return eth_cosq_port_mapping_get(8, 6, o); }, 0, "[30:90 r32=fac688]", {6}},
-        {"be", [](Out) { return eth_cosq_port_mapping_tc_drop_set(0, 7, 9); }, 0,
-         "[30:70 r64=fac688 w64=80fac688]"},
-        {"be", [](Out) { return eth_cosq_port_mapping_tc_drop_set(0, 0, 0); }, 0,
-         "[30:70 r64=3000000 w64=2000000]"},
-        {"be",
-         [](Out o) { return eth_cosq_port_mapping_tc_drop_get(0, 7, o); },
-         0,
-         "[30:70 r32=80000000]",
-         {1}},
-        {"be", [](Out) { return eth_cosq_port2tc_set(8, 6); }, 0, "30:48 r32=ffffffff w64=feffffff"},
-        {"be", [](Out) { return eth_cosq_port2tc_set(8, 8); }, ETH_E_PARAM, ""},
-        {"be", [](Out o) { return eth_cosq_port2tc_get(8, o); }, 0, "30:48 r32=6000000", {6}},
+        {"be", CALL(eth_cosq_port_tc_src_set(8, 7, 6)), "0: 30:60 r32=f00f w64=b00f"},
+        {"be", CALL(eth_cosq_port_tc_src_get(1, 7, o)), "0 2: 30:52 r32=8000"},
+        {"be", CALL(eth_cosq_port_mapping_set(1, 7, 5)), "0: [30:74 r32=ffffffff w64=ffbfffff]"},
+        {"be", CALL(eth_cosq_port_mapping_set(0, 0, 8)), "-4"},
+        {"be", CALL(eth_cosq_port_mapping_get(8, 6, o)), "0 6: [30:90 r32=fac688]"},
+        {"be", CALL(eth_cosq_port_mapping_tc_drop_set(0, 7, 9)), "0: [30:70 r64=fac688 w64=80fac688]"},
+        {"be", CALL(eth_cosq_port_mapping_tc_drop_set(0, 0, 0)), "0: [30:70 r64=3000000 w64=2000000]"},
+        {"be", CALL(eth_cosq_port_mapping_tc_drop_get(0, 7, o)), "0 1: [30:70 r32=80000000]"},
+        {"be", CALL(eth_cosq_port2tc_set(8, 6)), "0: 30:48 r32=ffffffff w64=feffffff"},
+        {"be", CALL(eth_cosq_port2tc_set(8, 8)), "-4"},
+        {"be", CALL(eth_cosq_port2tc_get(8, o)), "0 6: 30:48 r32=6000000"},
     });
 }
 
@@ -104,12 +96,12 @@ TEST_F(TrafficClass, ClassBCallsCheckDevicePortAndIndexInOrder)
         [](uint32_t port, Out) { return eth_cosq_port2tc_set(port, 8); },
     };
     for (const auto &call : calls) {
-        expect({{"au", [&](Out o) { return call(7, o); }, ETH_E_UNAVAIL, ""},
-                {"be", [&](Out o) { return call(7, o); }, ETH_E_PORT, ""},
-                {"be", [&](Out o) { return call(0, o); }, ETH_E_PARAM, ""}});
+        expect({{"au", CALL(call(7, o)), "-16"},
+                {"be", CALL(call(7, o)), "-18"},
+                {"be", CALL(call(0, o)), "-4"}});
     }
-    expect({{"au", [](Out o) { return eth_cosq_port2tc_get(7, o); }, ETH_E_UNAVAIL, ""},
-            {"be", [](Out o) { return eth_cosq_port2tc_get(7, o); }, ETH_E_PORT, ""}});
+    expect(
+        {{"au", CALL(eth_cosq_port2tc_get(7, o)), "-16"}, {"be", CALL(eth_cosq_port2tc_get(7, o)), "-18"}});
 }
 
 int32_t schedule(uint32_t port, uint32_t mode, std::array<int32_t, 8> weights)
@@ -124,39 +116,29 @@ TEST_F(TrafficClass, SchedulerOfAPort)
     static constexpr std::array first_wrong = {0, 2, 3, 4, 5, 6, 7, 8},
                                 last_wrong = {1, 2, 3, 4, 5, 6, 7, 257};
     expect({
-        {"be", [](Out) { return schedule(0, 3, ascending); }, 0,
-         "[46:00 r32=a2 w64=ad 46:10 w64=7060504030201]"},
-        {"be", [](Out) { return schedule(8, 7, ascending); }, 0,
-         "[46:08 r32=af w64=a5 46:50 w64=7060504030201]"},
-        {"be", [](Out) { return schedule(1, 1, largest); }, 0, "[46:01 r64=ad w64=a8 46:18 w64=0]"},
-        {"be", [](Out) { return schedule(1, 2, ascending); }, ETH_E_UNAVAIL, "[]"},
-        {"be", [](Out) { return schedule(1, 2, last_wrong); }, ETH_E_PARAM, ""},
-        {"be", [](Out) { return schedule(1, 3, first_wrong); }, ETH_E_PARAM, ""},
-        {"be", [](Out) { return schedule(2, 2, first_wrong); }, ETH_E_PORT, ""},
-        {"au", [](Out) { return schedule(2, 2, first_wrong); }, ETH_E_UNAVAIL, ""},
+        {"be", CALL(schedule(0, 3, ascending)), "0: [46:00 r32=a2 w64=ad 46:10 w64=7060504030201]"},
+        {"be", CALL(schedule(8, 7, ascending)), "0: [46:08 r32=af w64=a5 46:50 w64=7060504030201]"},
+        {"be", CALL(schedule(1, 1, largest)), "0: [46:01 r64=ad w64=a8 46:18 w64=0]"},
+        {"be", CALL(schedule(1, 2, ascending)), "-16: []"},
+        {"be", CALL(schedule(1, 2, last_wrong)), "-4"},
+        {"be", CALL(schedule(1, 3, first_wrong)), "-4"},
+        {"be", CALL(schedule(2, 2, first_wrong)), "-18"},
+        {"au", CALL(schedule(2, 2, first_wrong)), "-16"},
     });
 }
 
 TEST_F(TrafficClass, SchedulerFieldsWithoutAModeLeaveTheWeights)
 {
-    constexpr std::array<uint32_t, 16> modes = {1, 8, 8, 8, 8, 7, 0xFF, 0xFF, 1, 8, 8, 8, 8, 3, 0xFF, 0xFF};
-    int32_t weights[8] = {};
-    const auto get = [&](Out mode) { return eth_cosq_port_sched_get(1, mode, weights); };
+    constexpr std::array modes = {1, 8, 8, 8, 8, 7, 255, 255, 1, 8, 8, 8, 8, 3, 255, 255};
+    const auto get = CALL(eth_cosq_port_sched_get(1, o, o + 1));
     for (uint8_t field = 0; field < modes.size(); ++field) {
-        weights[7] = -5;
-        const bool known = modes[field] != 0xFF;
-        const std::string requests =
-            fmt::format("46:01 r32=f{:x}{}", field, known ? " 46:18 r64=101010101010101" : "");
-        expect({{"be", get, 0, requests, {modes[field]}}});
-        EXPECT_EQ(weights[7], known ? 1 : -5);
+        const char *weights[] = {" 128 254 0 0 0 0 0 255", " 46:18 r64=ff0000000000fe80"};
+        const bool known = modes[field] != 255;
+        expect({{"be", get,
+                 fmt::format("0 {}{}: 46:01 r32=f{:x}{}", modes[field], known ? weights[0] : "", field,
+                             known ? weights[1] : "")}});
     }
-    become(class_b);
-    reg(0x46, 0x18) = 0xFF0000000000FE80;
-    uint32_t mode = 5;
-    EXPECT_EQ(get(&mode), 0);
-    EXPECT_THAT(weights, ElementsAre(0x80, 0xFE, 0, 0, 0, 0, 0, 0xFF));
-    gESWID = class_a;
-    EXPECT_EQ(get(&mode), ETH_E_UNAVAIL);
+    expect({{"au", get, "-16"}});
 }
 
 } // namespace

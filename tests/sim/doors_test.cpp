@@ -88,7 +88,7 @@ TEST_F(Doors, DescriptorsAreKnownByWhatTheyAre)
 TEST_F(Doors, EveryWayToOpenReachesTheBoard)
 {
     const char *const path = "/dev/shm/vid_list.cfg";
-    std::ofstream(directory() + "/shm/vid_list.cfg") << "board";
+    std::ofstream(shm("vid_list.cfg")) << "board";
     const int descriptors[] = {open(path, O_RDONLY), open64(path, O_RDONLY), openat(AT_FDCWD, path, O_RDONLY),
                                openat64(AT_FDCWD, path, O_RDONLY)};
     for (const int descriptor : descriptors) {
@@ -123,12 +123,14 @@ TEST_F(Doors, ADyingProcessLeavesTheSwitchUsable)
     for (int round = 0; round < 20; ++round) {
         const pid_t child = fork();
         if (child == 0) {
-            for (;;)
-                esw_reg_mask_set(0xE0, 0x00, 64, 1);
+            for (uint64_t count = 1;; ++count)
+                esw_reg_write(0xE0, 0x00, 64, count);
         }
-        usleep(2000);
+        while (*const_cast<volatile uint64_t *>(&reg(0xE0, 0x00)) < 100)
+            usleep(100);
         kill(child, SIGKILL);
         waitpid(child, nullptr, 0);
+        reg(0xE0, 0x00) = 0;
         EXPECT_EQ(esw_reg_read32(0x02, 0x30, 32), class_b);
     }
 }

@@ -4,8 +4,12 @@
 #include <cstdarg>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <map>
 #include <memory>
 #include <optional>
+#include <set>
+#include <sstream>
 
 #include <dlfcn.h>
 #include <net/if.h>
@@ -25,7 +29,7 @@ constinit sim::Next next_unlock{&pthread_mutex_unlock, "pthread_mutex_unlock"};
 struct World {
     World()
     {
-        char pattern[] = "/tmp/esw-test-XXXXXX";
+        char pattern[] = "/dev/shm/esw-test-XXXXXX"; // thousands of flushes to a disk would take minutes
         directory = mkdtemp(pattern);
         sim::create_board(directory.c_str(), test::class_b);
         shared = sim::attach_board(directory.c_str());
@@ -148,6 +152,12 @@ void Board::start(uint32_t device_id)
     log();
 }
 
+void Board::become(uint32_t device_id)
+{
+    power_on(device_id);
+    gESWID = device_id;
+}
+
 sim::State &Board::state() { return world->shared->state; }
 
 uint64_t &Board::reg(uint8_t page, uint8_t offset) { return state().cells[page][offset]; }
@@ -171,7 +181,7 @@ Lines Board::requests(const std::function<void()> &call)
     return lines;
 }
 
-std::string Board::short_requests(const std::function<void()> &call)
+std::string Board::traffic(const std::function<void()> &call)
 {
     constexpr const char *shorter[][2] = {
         {"interface mii read phy ", ""},
@@ -181,17 +191,97 @@ std::string Board::short_requests(const std::function<void()> &call)
         {" reg ", "."},
         {" -> 0x", ":"},
         {" <- 0x", "="},
+        {" failed", "!"},
+        {"unlock", "]"},
+        {"lock", "["},
     };
-    std::string text;
-    for (std::string line : requests(call)) {
-        const bool is_long = line.starts_with("interface mii") || line.starts_with("interface eee");
-        for (const auto &[from, to] : shorter) {
-            if (const size_t at = line.find(from); is_long && at != std::string::npos)
-                line.replace(at, strlen(from), to);
+    std::string all, last_line, last_word, last_address;
+    size_t times = 1;
+    const auto add = [&](const std::string &word) {
+        const bool joined =
+            all.empty() || last_word == "[" || word == "]" || (last_word == "]" && word == "[");
+        all += (joined ? "" : " ") + word;
+        last_word = word;
+    };
+    const auto end_repetition = [&] {
+        all += times > 1 ? fmt::format("*{}", times) : "";
+        times = 1;
+    };
+    for (const std::string &line : requests(call)) {
+        if (line == last_line) {
+            ++times;
+            continue;
         }
-        text += (text.empty() ? "" : " ") + line;
+        end_repetition();
+        last_line = line;
+        std::istringstream words(line);
+        std::string route, verb, address, width, arrow, value;
+        if (line.starts_with("interface "))
+            words >> route;
+        words >> verb >> address >> width >> arrow >> value;
+        if (address.find(':') == 2) {
+            address = route + (route.empty() ? "" : " ") + address;
+            if (std::exchange(last_address, address) != address)
+                add(address);
+            add(verb[0] + width.substr(1) + (value.empty() ? "" : '=' + value.substr(2)) +
+                (line.ends_with(" failed") ? "!" : ""));
+            continue;
+        }
+        std::string text = line;
+        for (const auto &[from, to] : shorter) {
+            if (const size_t at = text.find(from); at != std::string::npos)
+                text.replace(at, strlen(from), to);
+        }
+        last_address = text == "[" || text == "]" ? "" : last_address;
+        add(text);
     }
-    return text;
+    end_repetition();
+    return all;
+}
+
+std::string Board::outcome(const Call &call)
+{
+    uint32_t values[10];
+    std::ranges::fill(values, Out::untouched);
+    int64_t result = 0;
+    const std::string requests = traffic([&] { result = call({values}); });
+    std::string text = fmt::format("{}", result), gap;
+    for (const uint32_t value : values) {
+        const bool untouched = value == Out::untouched || value == uint16_t(Out::untouched);
+        (untouched ? gap : text += std::exchange(gap, "") + ' ') +=
+            untouched ? " ." : fmt::format("{}", static_cast<int32_t>(value));
+    }
+    return text + (requests.empty() ? "" : ": ") + requests;
+}
+
+// Each register that is read first.
+void Board::hold(std::string requests)
+{
+    std::ranges::replace_if(
+        requests, [](char c) { return c == '[' || c == ']'; }, ' ');
+    std::istringstream words(requests);
+    std::set<std::string> touched;
+    for (std::string word, address; words >> word;) {
+        if (word.find(':') == 2)
+            address = word;
+        else if (!address.empty() && touched.insert(address).second && word[0] == 'r')
+            reg(static_cast<uint8_t>(std::stoul(address, nullptr, 16)),
+                static_cast<uint8_t>(std::stoul(address.substr(3), nullptr, 16))) =
+                std::stoull(word.substr(word.find('=') + 1), nullptr, 16);
+    }
+}
+
+void Board::expect(const std::vector<Case> &cases)
+{
+    static const std::map<char, uint32_t> ids = {
+        {'a', class_a}, {'b', class_b}, {'e', early_class_b}, {'u', unknown_device}};
+    for (const Case &c : cases) {
+        for (const char device : std::string(c.devices)) {
+            become(ids.at(device));
+            hold(c.outcome.substr(std::min(c.outcome.find(": "), c.outcome.size())));
+            EXPECT_EQ(outcome(c.call), c.outcome) << "case " << &c - cases.data() << " on device " << device;
+        }
+    }
 }
 
 Texts Board::printed(const std::function<void()> &call)
@@ -208,5 +298,17 @@ sim::Options &Board::options() { return world->options; }
 void Board::interfaces(std::vector<std::string> names) { world->interfaces = std::move(names); }
 void Board::no_interface_list() { world->has_interface_list = false; }
 std::string Board::directory() const { return world->directory; }
+
+size_t open_descriptors()
+{
+    const auto list = std::filesystem::directory_iterator("/proc/self/fd");
+    return static_cast<size_t>(std::distance(begin(list), end(list)));
+}
+
+std::string contents(const std::string &path)
+{
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
 
 } // namespace test

@@ -19,6 +19,41 @@ using testing::IsEmpty;
 
 inline constexpr uint32_t class_a = 0x11140;
 inline constexpr uint32_t class_b = 0x2404;
+inline constexpr uint32_t early_class_b = 0xD300; // DSCP map at 30:30; that of class_b is at 30:34
+inline constexpr uint32_t unknown_device = 0xD315;
+inline constexpr uint32_t all_ones = 0xFFFFFFFF;
+
+// A value that a call may write to. What it leaves alone is told from what it writes.
+struct Out {
+    static constexpr uint32_t untouched = 0x5A5A5A5A;
+
+    operator uint32_t *() const { return at; }
+    operator int32_t *() const { return reinterpret_cast<int32_t *>(at); }
+    operator uint16_t *() const { return narrow<uint16_t>(); }
+    operator uint8_t *() const { return narrow<uint8_t>(); }
+    Out operator+(int further) const { return {at + further}; }
+
+    uint32_t *at;
+
+private:
+    template <typename T>
+    T *narrow() const
+    {
+        *at = static_cast<T>(untouched);
+        return reinterpret_cast<T *>(at);
+    }
+};
+
+// A call with up to ten values that it writes to: o, o + 1, ...
+#define CALL(...) [&]([[maybe_unused]] test::Out o) -> int64_t { return __VA_ARGS__; }
+using Call = std::function<int64_t(Out)>;
+
+// A call on a fresh switch whose registers hold what the call is expected to read.
+struct Case {
+    const char *devices; // each letter one: class [a], late class [b], [e]arly class B, [u]nknown
+    Call call;
+    std::string outcome;
+};
 
 struct Texts {
     std::string out;   // standard output
@@ -36,6 +71,9 @@ protected:
     // Makes this the device without initialising the library.
     void power_on(uint32_t device_id);
 
+    // A freshly powered-on switch of any ID, which the library takes for one that it knows.
+    void become(uint32_t device_id);
+
     // A register's contents.
     uint64_t &reg(uint8_t page, uint8_t offset);
 
@@ -50,9 +88,14 @@ protected:
     // log() without the syslog lines; of a call.
     Lines requests(const std::function<void()> &call);
 
-    // requests() on one line, in short: "3.9:300 3.9=0" for a read and a write of register 9 of PHY 3,
-    // "eee1:0 eee1=1" for a read and a write of the EEE enable of port set 1.
-    std::string short_requests(const std::function<void()> &call);
+    // requests() in short, between brackets while the call holds the lock: "[30:04 r64=1 w64=101]" for a read
+    // and a write of a register, whose address holds for what stands behind it; "3.9:300 3.9=0" for register
+    // 9 of PHY 3; "eee1:0 eee1=1" for the EEE enable of port set 1. A '!' follows what failed.
+    std::string traffic(const std::function<void()> &call);
+
+    // "RESULT OUT...: TRAFFIC", in decimal. '.' is a value left alone; those at the end are left out.
+    std::string outcome(const Call &call);
+    void expect(const std::vector<Case> &cases);
 
     Texts printed(const std::function<void()> &call);
 
@@ -64,11 +107,20 @@ protected:
     void no_interface_list();
 
     [[nodiscard]] std::string directory() const;
+
+    // Where a file under /dev/shm really lies.
+    [[nodiscard]] std::string shm(const std::string &name) const { return directory() + "/shm/" + name; }
+
+private:
+    void hold(std::string requests);
 };
 
 class StartedBoard : public Board {
 protected:
     void SetUp() override { start(); }
 };
+
+size_t open_descriptors();
+std::string contents(const std::string &path);
 
 } // namespace test

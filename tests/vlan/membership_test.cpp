@@ -18,7 +18,7 @@
 
 namespace {
 
-// What the calls ask of the C library, while a test watches, and what they get.
+// What the calls ask of the C library, and what they get, while a test watches; nobody else notices.
 struct Watch {
     test::Lines log;
     int map_error = 0;
@@ -31,6 +31,9 @@ constinit sim::Next next_mmap{&mmap, "mmap"};
 constinit sim::Next next_fstat{&fstat, "fstat"};
 constinit sim::Next next_fflush{&fflush, "fflush"};
 constinit sim::Next next_write{&write, "write"};
+constinit sim::Next next_msync{&msync, "msync"};
+constinit sim::Next next_munmap{&munmap, "munmap"};
+constinit sim::Next next_usleep{&usleep, "usleep"};
 
 bool note(const std::string &line, int descriptor = -1)
 {
@@ -59,11 +62,16 @@ int fstat(int descriptor, struct stat *status) noexcept
                                                                            : next_fstat(descriptor, status);
 }
 
-// Flushes nothing: thousands of flushes to a disk would take minutes.
-int msync(void *, size_t size, int flags)
+int msync(void *at, size_t size, int flags)
 {
     note(fmt::format("msync {} flags {}", size, flags));
-    return 0;
+    return next_msync(at, size, flags);
+}
+
+int munmap(void *at, size_t size) noexcept
+{
+    note(fmt::format("munmap {}", size));
+    return next_munmap(at, size);
 }
 
 int fflush(FILE *file)
@@ -82,7 +90,8 @@ ssize_t write(int descriptor, const void *from, size_t size)
 
 int usleep(useconds_t microseconds)
 {
-    note(fmt::format("usleep {}", microseconds));
+    if (!note(fmt::format("usleep {}", microseconds)))
+        return next_usleep(microseconds);
     errno = EINTR;
     return -1;
 }
@@ -104,11 +113,6 @@ std::string with_10(std::string bytes) { return bytes.replace(10, 1, "1"); }
 
 class Membership : public Board {
 protected:
-    [[nodiscard]] std::string contents() const
-    {
-        std::ifstream stream(file);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
     void put(const std::string &bytes) const { std::ofstream(file) << bytes; }
 
     // "result: standard output, standard error"
@@ -123,7 +127,7 @@ protected:
         });
         return fmt::format("{}: {}{}", result, texts.out, texts.error);
     }
-    const std::string file = directory() + "/shm/vid_list.cfg";
+    const std::string file = shm("vid_list.cfg");
     Watch calls;
 };
 
@@ -148,10 +152,10 @@ TEST_F(Membership, ReaderAndWriterOnEveryStateOfTheFile)
         const auto prepare = [&] { state.before ? put(*state.before) : void(fs::remove(file)); };
         prepare();
         EXPECT_EQ(outcome(read_10), state.read);
-        EXPECT_EQ(contents(), state.before.value_or(none));
+        EXPECT_EQ(contents(file), state.before.value_or(none));
         prepare();
         EXPECT_EQ(outcome(write_10), state.written);
-        EXPECT_EQ(contents(), state.after);
+        EXPECT_EQ(contents(file), state.after);
     }
 }
 
@@ -177,12 +181,12 @@ TEST_F(Membership, CallsOfTheCLibrary)
     EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
     outcome(write_10);
     EXPECT_THAT(calls.log, ElementsAre("fstat open for 04010002", "fflush", "mmap 4096 prot 3 flags 1",
-                                       "msync 4096 flags 4"));
+                                       "msync 4096 flags 4", "munmap 4096"));
     outcome(read_10);
-    EXPECT_THAT(calls.log, ElementsAre("fstat open for 0", "mmap 4096 prot 1 flags 2"));
+    EXPECT_THAT(calls.log, ElementsAre("fstat open for 0", "mmap 4096 prot 1 flags 2", "munmap 4096"));
     put(none + "junk");
     EXPECT_EQ(outcome(init_vid_list), "0: ");
-    EXPECT_EQ(contents(), none);
+    EXPECT_EQ(contents(file), none);
 }
 
 TEST_F(Membership, FailuresAreTold)
@@ -204,7 +208,7 @@ TEST_F(Membership, FailuresAreTold)
     calls.stat_error = EIO;
     EXPECT_EQ(outcome(read_10), "-1: fstat: Input/output error\n");
     EXPECT_EQ(outcome(write_10), "-1: fstat: Input/output error\n");
-    EXPECT_EQ(contents(), none);
+    EXPECT_EQ(contents(file), none);
 }
 
 // Two processes create and destroy neighbours; neither may lose what the other does.
@@ -225,7 +229,7 @@ TEST_F(Membership, TwoProcessesAtOnceKeepTheirOwnVlans)
     int status = 0;
     waitpid(other, &status, 0);
     EXPECT_EQ(status, 0);
-    EXPECT_EQ(contents(), with_10(none).replace(11, 1, "1"));
+    EXPECT_EQ(contents(file), with_10(none).replace(11, 1, "1"));
 }
 
 } // namespace
