@@ -112,6 +112,11 @@ Report port_table(const Arguments &arguments, std::vector<Column> columns,
 Report set_ports(const Arguments &arguments, const std::string &outcome,
                  const std::function<Json(uint32_t port)> &set);
 
+// Does something for each of a list, named "slot" in messages. Where one is refused, tells which were done.
+void do_each(const std::vector<uint32_t> &items, const std::string &noun,
+             const std::function<void(uint32_t item)> &call);
+std::string name_each(const std::string &noun, const std::vector<uint32_t> &items); // "slot 8", "slots 1-3,8"
+
 // As registers are shown everywhere: "0x02".
 std::string hex(uint64_t value, unsigned bits);
 

@@ -36,17 +36,30 @@ std::string enumerate(const std::vector<std::string> &words)
     return text;
 }
 
-std::string ranges_of(const std::vector<uint16_t> &vids)
+std::string ranges_of(const std::vector<uint32_t> &numbers)
 {
     std::string ranges;
-    for (size_t first = 0, last = 0; first < vids.size(); first = ++last) {
-        while (last + 1 < vids.size() && vids[last + 1] == vids[last] + 1)
+    for (size_t first = 0, last = 0; first < numbers.size(); first = ++last) {
+        while (last + 1 < numbers.size() && numbers[last + 1] == numbers[last] + 1)
             ++last;
-        ranges += fmt::format("{}{}", ranges.empty() ? "" : ",", vids[first]);
+        ranges += fmt::format("{}{}", ranges.empty() ? "" : ",", numbers[first]);
         if (last != first)
-            ranges += fmt::format("-{}", vids[last]);
+            ranges += fmt::format("-{}", numbers[last]);
     }
     return ranges;
+}
+
+std::string excerpt_of(const Json &value)
+{
+    constexpr size_t longest = 80;
+    std::string shown = value.dump(-1, ' ', true, Json::error_handler_t::replace);
+    return shown.size() <= longest ? shown : shown.replace(longest - 3, std::string::npos, "...");
+}
+
+std::string excerpt(const std::string &text)
+{
+    const std::string shown = excerpt_of(text);
+    return shown.substr(1, shown.size() - (shown.ends_with('"') ? 2 : 1));
 }
 
 } // namespace eswctl

@@ -51,10 +51,10 @@ Json ports()
 
 Json vlans()
 {
-    std::vector<uint16_t> vids;
+    std::vector<uint32_t> vids;
     const Json state = value_of("vlan show");
     for (const Json &row : state["vlans"])
-        vids.push_back(row["vid"].get<uint16_t>());
+        vids.push_back(row["vid"].get<uint32_t>());
     std::string ranges = ranges_of(vids);
     if (ranges.size() > one_line)
         ranges = ranges.substr(0, ranges.rfind(',', one_line)) + ",...";

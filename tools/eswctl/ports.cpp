@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "eswctl/command.h"
+#include "eswctl/driver.h"
 #include "eswctl/notation.h"
 
 namespace eswctl {
@@ -122,6 +123,28 @@ Report set_ports(const Arguments &arguments, const std::string &outcome,
 {
     return done(fmt::format("{}: {}", name_ports(ports_in(arguments["PORT"])), outcome),
                 {{"ports", rows_of(arguments, set)}});
+}
+
+std::string name_each(const std::string &noun, const std::vector<uint32_t> &items)
+{
+    return fmt::format("{}{} {}", noun, items.size() == 1 ? "" : "s", ranges_of(items));
+}
+
+void do_each(const std::vector<uint32_t> &items, const std::string &noun,
+             const std::function<void(uint32_t item)> &call)
+{
+    std::vector<uint32_t> done;
+    try {
+        for (const uint32_t item : items) {
+            call(item);
+            check_requests();
+            done.push_back(item);
+        }
+    } catch (Refused &refused) {
+        if (items.size() > 1)
+            refused.message += "; done until then: " + (done.empty() ? "none" : name_each(noun, done));
+        throw;
+    }
 }
 
 uint32_t to_port_set(const Json &ports)

@@ -1,24 +1,27 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // vlan: which VLANs there are, and their ports.
+#include "eswctl/vlan.h"
+
 #include <algorithm>
-#include <cstdio>
+#include <array>
 #include <set>
 #include <sstream>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <esw.h>
 #include <fmt/format.h>
 
 #include "eswctl/families.h"
-#include "eswctl/notation.h"
-#include "eswctl/output.h"
 #include "eswctl/terminal.h"
 
 namespace eswctl {
 namespace {
 
-using Vids = std::vector<uint16_t>;
+using Vids = std::vector<uint32_t>;
 
-constexpr uint16_t last_vid = 4095;
+constexpr uint32_t last_vid = 4095;
 
 constexpr const char *file_messages[] = {"WARNING file size", "open: ", "write: ", "fstat: "};
 
@@ -51,128 +54,169 @@ const Meanings meanings = {
     {ETH_E_EXISTS, "it exists already"},
 };
 
+constexpr char file[] = "/dev/shm/vid_list.cfg";
+constexpr uint8_t absent = '0';
+
 // From one or several lists, in ascending order.
 Vids vids_of(const Json &given)
 {
-    std::set<uint16_t> vids;
+    std::set<uint32_t> vids;
     for (const Json &list : given) {
         for (const Json &vid : list)
-            vids.insert(vid.get<uint16_t>());
+            vids.insert(vid.get<uint32_t>());
     }
     return {vids.begin(), vids.end()};
 }
 
-// "VLAN 7", "VLANs 10-20,30"
-std::string names(const Vids &vids)
+int32_t state_of(uint32_t vid)
 {
-    return fmt::format("VLAN{} {}", vids.size() == 1 ? "" : "s", ranges_of(vids));
-}
-
-bool exists(uint16_t vid) { return check(get_vid(vid), fmt::format("look for VLAN {}", vid), meanings) != 0; }
-
-Vids existing(const Vids &among)
-{
-    Vids found;
-    std::ranges::copy_if(among, std::back_inserter(found), exists);
-    return found;
-}
-
-Vids all_vids()
-{
-    Vids vids;
-    for (uint16_t vid = 0; vid <= last_vid; ++vid)
-        vids.push_back(vid);
-    return vids;
-}
-
-Json ports_of(uint16_t vid)
-{
-    uint32_t members = 0;
-    uint32_t untagged = 0;
-    check(eth_vlan_port_get(vid, &members, &untagged), fmt::format("read the ports of VLAN {}", vid),
-          meanings);
-    return {{"vid", vid}, {"members", from_port_set(members)}, {"untagged", from_port_set(untagged)}};
+    return check(get_vid(static_cast<uint16_t>(vid)), fmt::format("look for VLAN {}", vid), meanings);
 }
 
 // A single VLAN that is asked for has to be there; of several, those that are.
 Report show(const Arguments &arguments)
 {
     const Json &given = arguments["VID"];
-    Vids vids = given.is_null() ? all_vids() : vids_of(given);
+    Vids vids = vids_of(given);
     Json rows = Json::array();
     telling_once([&] {
-        if (vids.size() != 1)
-            vids = existing(vids);
-        for (const uint16_t vid : vids)
-            rows.push_back(ports_of(vid));
+        if (given.is_null() || vids.size() != 1) {
+            const Vids all = existing_vids();
+            Vids found;
+            std::ranges::set_intersection(all, given.is_null() ? all : vids, std::back_inserter(found));
+            vids = found;
+        }
+        for (const uint32_t vid : vids) {
+            const VlanPorts ports = vlan_ports(vid);
+            rows.push_back({{"vid", vid},
+                            {"members", from_port_set(ports.members)},
+                            {"untagged", from_port_set(ports.untagged)}});
+        }
     });
     return table("vlans", {{"vid", "VID"}, {"members", "members"}, {"untagged", "untagged"}}, std::move(rows),
                  given.is_null() ? "no VLANs" : "none of these VLANs exists");
 }
 
 // Does something to each VLAN of the argument, up to the first that refuses.
-Report change(const Json &given, const std::string &infinitive, const std::string &outcome,
-              const std::function<int32_t(uint16_t)> &call, const Json &details)
+Report change(const Json &given, const std::string &outcome, const std::function<void(uint16_t)> &call,
+              Json details)
 {
     const Vids vids = vids_of(given);
-    telling_once([&] {
-        for (const uint16_t vid : vids)
-            check(call(vid), fmt::format("{} VLAN {}", infinitive, vid), meanings);
-    });
+    telling_once([&] { do_each(vids, "VLAN", [&](uint32_t vid) { call(static_cast<uint16_t>(vid)); }); });
     Json value = {{"vids", vids}};
     value.update(details);
-    return done(fmt::format("{}: {}", names(vids), outcome), std::move(value));
+    return done(fmt::format("{}: {}", name_each("VLAN", vids), outcome), std::move(value));
 }
 
 // The library does not tell when the membership file could not be written.
-int32_t look(int32_t result, uint16_t vid, bool wanted)
+void make(const char *what, int32_t (*call)(uint16_t), uint16_t vid, bool exists)
 {
-    return result == ETH_E_NONE && exists(vid) != wanted ? ETH_E_FAIL : result;
+    const std::string name = fmt::format("{} VLAN {}", what, vid);
+    check(call(vid), name, meanings);
+    check((state_of(vid) != 0) == exists ? ETH_E_NONE : ETH_E_FAIL, name, meanings);
 }
 
 Report create(const Arguments &arguments)
 {
-    return change(arguments["VID"], "create", "created",
-                  [](uint16_t vid) { return look(eth_vlan_create(vid), vid, true); }, {{"exists", true}});
+    return change(arguments["VID"], "created",
+                  [](uint16_t vid) { make("create", eth_vlan_create, vid, true); }, {{"exists", true}});
 }
 
 Report destroy(const Arguments &arguments)
 {
-    return change(arguments["VID"], "destroy", "destroyed",
-                  [](uint16_t vid) { return look(eth_vlan_destroy(vid), vid, false); }, {{"exists", false}});
+    return change(arguments["VID"], "destroyed",
+                  [](uint16_t vid) { make("destroy", eth_vlan_destroy, vid, false); }, {{"exists", false}});
 }
 
+// The ports that PORTS and --untagged give; null where they give none.
+struct Given {
+    Json members;
+    Json untagged;
+
+    Given(const Arguments &arguments, const std::string &usage)
+    {
+        auto ports = ports_by_word(arguments["PORTS"], "ports", usage);
+        members = ports["ports"];
+        untagged = ports["untagged"];
+        if (!untagged.is_null() && !arguments["--untagged"].is_null())
+            throw UsageError{"--untagged: the word untagged is there, too; use one of them"};
+        if (untagged.is_null())
+            untagged = arguments["--untagged"];
+        if (members.is_null() && untagged.is_null())
+            throw UsageError{usage};
+    }
+};
+
+std::string name_set(const Json &ports)
+{
+    return ports.empty() ? "no ports" : name_ports(ports.get<std::vector<uint32_t>>());
+}
+
+// An explicit "untagged none" is about the ports beside it, or about all that the VLAN has.
 Report add(const Arguments &arguments)
 {
-    const std::string both = "PORTS: use member ports, untagged PORTS or both, as in 0,1 untagged 1";
-    auto ports = ports_by_word(arguments["PORTS"], "ports", both);
-    const Json members = ports.contains("ports") ? ports["ports"] : Json::array();
-    if (ports.empty() && arguments["--untagged"].empty())
-        throw UsageError{both};
-    if (ports.contains("untagged") && !arguments["--untagged"].empty())
-        throw UsageError{"--untagged: the word untagged is there, too; use one of them"};
-    const Json untagged = ports.contains("untagged") ? ports["untagged"] : arguments["--untagged"];
-    std::string outcome;
-    if (!members.empty())
-        outcome = fmt::format("{} added", name_ports(members.get<std::vector<uint32_t>>()));
-    if (!untagged.empty())
-        outcome += fmt::format("{}{} untagged", outcome.empty() ? "" : ", ",
-                               name_ports(untagged.get<std::vector<uint32_t>>()));
+    const Given given(arguments, "PORTS: use member ports, untagged PORTS or both, as in 0,1 untagged 1");
+    const uint32_t members = to_port_set(given.members);
+    const uint32_t untagged = to_port_set(given.untagged);
+    std::string outcome = given.members.is_null() ? "" : name_set(given.members) + " added";
+    if (!given.untagged.is_null())
+        outcome += (outcome.empty() ? "" : ", ") + name_set(given.untagged) + " untagged";
+    const bool none_untagged = given.untagged.is_array() && untagged == 0;
+    const uint32_t tagged = !none_untagged ? 0 : given.members.is_null() ? ~0U : members;
+    return change({arguments["VID"]}, outcome,
+                  [&](uint16_t vid) {
+                      const std::string what = fmt::format("add ports to VLAN {}", vid);
+                      if (tagged != 0) {
+                          const VlanPorts present = vlan_ports(vid);
+                          set_vlan_ports(vid, {present.members | members, present.untagged & ~tagged});
+                      } else {
+                          check(eth_vlan_port_add(vid, members, untagged), what, meanings);
+                      }
+                  },
+                  {{"added_members", given.members.is_null() ? Json::array() : given.members},
+                   {"added_untagged", given.untagged.is_null() ? Json::array() : given.untagged}});
+}
+
+Report set(const Arguments &arguments)
+{
+    const Given given(arguments, "PORTS: use the member ports, and untagged PORTS, as in 0,8 untagged 0");
+    if (given.members.is_null())
+        throw UsageError{"PORTS: the member ports are missing; use ports such as 0,8, all or none"};
+    const VlanPorts wanted{to_port_set(given.members), to_port_set(given.untagged)};
+    if ((wanted.untagged & ~wanted.members) != 0)
+        throw UsageError{"PORTS: ports that send without a tag must be member ports, too"};
+    const Json state = {{"members", from_port_set(wanted.members)},
+                        {"untagged", from_port_set(wanted.untagged)}};
+    const auto listed = [&](const char *set) {
+        return state[set].empty() ? "none"
+                                  : fmt::format("{}", fmt::join(state[set].get<std::vector<int>>(), ","));
+    };
     return change(
-        {arguments["VID"]}, "add ports to", outcome.empty() ? "no ports added" : outcome,
-        [&](uint16_t vid) { return eth_vlan_port_add(vid, to_port_set(members), to_port_set(untagged)); },
-        {{"added_members", members}, {"added_untagged", untagged}});
+        {arguments["VID"]}, fmt::format("members {}, untagged {}", listed("members"), listed("untagged")),
+        [&](uint16_t vid) { set_vlan_ports(vid, wanted); }, state);
 }
 
 Report remove(const Arguments &arguments)
 {
     const Json ports =
         ports_by_word(arguments["PORTS"], "ports", "PORTS: use the ports to remove, as in 0,1")["ports"];
-    return change({arguments["VID"]}, "remove ports from",
-                  ports.empty() ? "no ports removed"
-                                : fmt::format("{} removed", name_ports(ports.get<std::vector<uint32_t>>())),
-                  [&](uint16_t vid) { return eth_vlan_port_remove(vid, to_port_set(ports)); },
+    return change({arguments["VID"]}, name_set(ports) + " removed",
+                  [&](uint16_t vid) {
+                      check(eth_vlan_port_remove(vid, to_port_set(ports)),
+                            fmt::format("remove ports from VLAN {}", vid), meanings);
+                  },
                   {{"removed", ports}});
+}
+
+// A busy bit that is still set after the call tells of a time-out that it did not report.
+void check_settled(const std::string &what)
+{
+    constexpr uint8_t table_page = 0x05, table_command = 0x80;
+    constexpr uint8_t translation_page = 0x34, translation_command = 0x40;
+    constexpr uint32_t table_busy = 0x80, translation_busy = 0x05;
+    if ((esw_reg_read32(table_page, table_command, 8) & table_busy) != 0 ||
+        (esw_reg_read32(translation_page, translation_command, 32) & translation_busy) != 0)
+        check(ETH_E_TIMEOUT, what);
 }
 
 // Of all VLANs at once: none may be left.
@@ -180,7 +224,8 @@ void empty(int32_t (*call)(), const std::string &what)
 {
     telling_once([&] {
         check(call(), what, meanings);
-        check(existing(all_vids()).empty() ? ETH_E_NONE : ETH_E_FAIL, what, meanings);
+        check(existing_vids().empty() ? ETH_E_NONE : ETH_E_FAIL, what, meanings);
+        check_settled(what);
     });
 }
 
@@ -198,12 +243,61 @@ Report initialise(const Arguments &)
 
 } // namespace
 
+Vids existing_vids()
+{
+    state_of(0); // makes a missing file, and tells what is wrong with another
+    std::array<uint8_t, last_vid + 1> states{};
+    const int descriptor = open(file, O_RDONLY | O_CLOEXEC);
+    const ssize_t size = read(descriptor, states.data(), states.size());
+    close(descriptor);
+    check(size == std::ssize(states) ? ETH_E_NONE : ETH_E_FAIL, "read the VLANs", meanings);
+    Vids vids;
+    for (uint32_t vid = 0; vid < states.size(); ++vid) {
+        if (states[vid] < absent)
+            state_of(vid); // refuses such a state
+        if (states[vid] != absent)
+            vids.push_back(vid);
+    }
+    return vids;
+}
+
+VlanPorts vlan_ports(uint32_t vid)
+{
+    VlanPorts ports{};
+    check(eth_vlan_port_get(static_cast<uint16_t>(vid), &ports.members, &ports.untagged),
+          fmt::format("read the ports of VLAN {}", vid), meanings);
+    return ports;
+}
+
+void set_vlan_ports(uint32_t vid, const VlanPorts &wanted)
+{
+    const std::string what = fmt::format("set the ports of VLAN {}", vid);
+    const VlanPorts present = vlan_ports(vid);
+    const uint32_t wrong = (present.members & ~wanted.members) | (present.untagged & ~wanted.untagged);
+    const auto id = static_cast<uint16_t>(vid);
+    if (const uint32_t removable = wrong & to_port_set(all_ports); removable != 0)
+        check(eth_vlan_port_remove(id, removable), what, meanings);
+    check(eth_vlan_port_add(id, wanted.members, wanted.untagged), what, meanings);
+    if (vlan_ports(vid) != wanted)
+        throw Refused{
+            fmt::format("cannot {}: other software gave it ports that the library can't remove; eswctl vlan "
+                        "destroy {} does",
+                        what, vid)};
+}
+
 Family vlan_family()
 {
     const std::string several = "VIDs from 0 to 4095 such as 10-20,30";
     const Argument vids{"VID", several, vid_list(), true};
     const Argument lists{"VID", several, vid_list(), true, true};
     const std::string ports = "ports such as 0,8, or all, or none";
+    const Argument members{"PORTS",
+                           "member " + ports + "; behind the word untagged, those that send without a tag",
+                           word_or_ports({"ports", "untagged"}),
+                           false,
+                           true,
+                           Json::array()};
+    const Argument untagged{"--untagged", "the same as the word untagged: " + ports, port_set()};
     Family family = {
         "vlan",
         "VLANs: their ports, default tags, modes and egress translation",
@@ -217,12 +311,12 @@ Family vlan_family()
             {"vlan destroy-all", "Destroy all VLANs", {}, destroy_all, true},
             {"vlan add",
              "Add ports to VLANs; ports that a VLAN has keep what they have",
-             {vids,
-              {"PORTS", "member " + ports + "; behind the word untagged, those that send without a tag",
-               word_or_ports({"ports", "untagged"}), false, true, Json::array()},
-              {"--untagged", "the same as the word untagged: " + ports, port_set(), false, false,
-               Json::array()}},
+             {vids, members, untagged},
              add},
+            {"vlan set",
+             "Make VLANs exactly these ports; other ports leave them",
+             {vids, members, untagged},
+             set},
             {"vlan remove",
              "Remove ports from VLANs",
              {vids, {"PORTS", ports, word_or_ports({"ports"}), true, true}},
