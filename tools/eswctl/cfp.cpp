@@ -4,12 +4,12 @@
 
 #include <fmt/format.h>
 
+#include "eswctl/driver.h"
 #include "eswctl/families.h"
 
 namespace eswctl {
 namespace {
 
-constexpr uint32_t last_slot = 63;
 constexpr int32_t automatic = -1;
 
 const Meanings rule_file = {{ETH_E_FAIL, "/dev/shm/cfp_rule.cfg cannot be read or written"}};
@@ -49,9 +49,7 @@ Json used_slot(uint32_t slot)
     const eth_cfp_rule_t rule = read_rule(slot);
     if (describes_free_slot(rule))
         return rule_document(Json::array());
-    Json row = {{"slot", slot}};
-    row.update(rule_to_json(rule));
-    return rule_document({row});
+    return rule_document({rule_row(slot, rule)});
 }
 
 Report show(const Arguments &arguments)
@@ -73,39 +71,59 @@ Report show(const Arguments &arguments)
     return report;
 }
 
+// A line for each value that the switch rounds.
+std::string told(const Json &rounded)
+{
+    const auto bare = [](const Json &value) {
+        return value.is_string() ? value.get<std::string>() : value.dump();
+    };
+    std::string lines;
+    for (const Json &row : rounded)
+        lines += fmt::format("\n{}: asked {}, switch uses {}", bare(row["member"]), bare(row["asked"]),
+                             bare(row["used"]));
+    return lines;
+}
+
 Report write_rule(int32_t slot, const eth_cfp_rule_t &rule)
 {
-    const int32_t written =
-        check(eth_cfp_rule_set(slot, rule), "write the rule", {{ETH_E_FULL, "all slots are in use"}});
-    Json row = {{"slot", written}};
-    row.update(rule_to_json(rule));
-    return done(fmt::format("rule written to slot {}", written), rule_document({row}));
+    const std::string what = slot == automatic ? "write the rule" : fmt::format("write slot {}", slot);
+    const int32_t written = check(eth_cfp_rule_set(slot, rule), what, {{ETH_E_FULL, "all slots are in use"}});
+    return done(fmt::format("rule written to slot {}", written),
+                rule_document({rule_row(static_cast<uint32_t>(written), rule)}));
+}
+
+// A rule to begin with: the slot's own, where it has one.
+eth_cfp_rule_t kept_rule(int32_t slot)
+{
+    if (slot == automatic)
+        throw UsageError{"--keep needs a slot; use a number from 0 to 63"};
+    const eth_cfp_rule_t rule = read_rule(static_cast<uint32_t>(slot));
+    return describes_free_slot(rule) ? fresh_rule() : rule;
 }
 
 Report set(const Arguments &arguments)
 {
     const auto slot = arguments["SLOT"].get<int32_t>();
-    const bool keep = arguments["--keep"].get<bool>();
-    const Json given = members_given(arguments);
-    if (keep && slot == automatic)
-        throw UsageError{"--keep needs a slot; use a number from 0 to 63"};
-    eth_cfp_rule_t rule = keep ? read_rule(static_cast<uint32_t>(slot)) : fresh_rule();
+    eth_cfp_rule_t rule = arguments["--keep"].get<bool>() ? kept_rule(slot) : fresh_rule();
+    Json rounded = Json::array();
     if (!arguments["--from"].is_null())
-        change_rule_by_file(rule, arguments["--from"]);
-    change_rule(rule, given);
+        rounded = change_rule_by_file(rule, arguments["--from"]);
+    for (const Json &row : change_rule_by_options(rule, arguments))
+        rounded.push_back(row);
     if (describes_free_slot(rule))
         throw UsageError{"such a rule leaves the slot free; set bit 0 or 1 of the first word of --data"};
-    return write_rule(slot, rule);
+    Report report = write_rule(slot, rule);
+    report.sentence += told(rounded);
+    report.value["rounded"] = std::move(rounded);
+    return report;
 }
 
 Report remove(const Arguments &arguments)
 {
-    const auto slot = arguments["SLOT"].get<int32_t>();
-    if (describes_free_slot(read_rule(static_cast<uint32_t>(slot))))
+    const auto slot = arguments["SLOT"].get<uint32_t>();
+    if (describes_free_slot(read_rule(slot)))
         throw Refused{fmt::format("slot {} is free", slot)};
-    eth_cfp_rule_t none = fresh_rule();
-    none.policer[1] = 0x80000000; // as a clear of the table leaves it
-    check(eth_cfp_rule_set(slot, none), "delete the rule");
+    free_slot(slot);
     return done(fmt::format("slot {} freed", slot), {{"slot", slot}, {"used", false}});
 }
 
@@ -118,7 +136,11 @@ Report clear(const Arguments &)
 Report initialise(const Arguments &)
 {
     check(eth_cfp_init(), "initialise the field processor");
-    return done("field processor initialised", field_processor());
+    Json state = field_processor();
+    if (const Json &rules = state["rules"]; !rules.empty() && !withholds_writes()) // it ignores its failures
+        throw Refused{fmt::format("cannot initialise the field processor: slot {} still holds a rule",
+                                  rules[0]["slot"].dump())};
+    return done("field processor initialised", std::move(state));
 }
 
 Report park(const Arguments &arguments)
@@ -168,7 +190,7 @@ Family cfp_family()
     std::vector<Argument> set_arguments = {
         some_slot,
         {"--from", "JSON file with one rule; options change it", file_name()},
-        {"--keep", "begin with the rule that the slot holds", {}}};
+        {"--keep", "begin with the rule that the slot holds, or with a fresh one where it is free", {}}};
     std::ranges::move(rule_options(), std::back_inserter(set_arguments));
     Family family{
         "cfp",
@@ -194,7 +216,7 @@ Family cfp_family()
             {"cfp unpark", "Write the parked rule to a slot", {some_slot}, unpark},
             {"cfp save", "Save rules, UDF selectors and enabled ports in a file", {file}, save_rules},
             {"cfp restore",
-             "Replace rules, UDF selectors and enabled ports by a file's",
+             "Make rules, UDF selectors and enabled ports a file's, changing only what differs",
              {file},
              restore_rules,
              true},

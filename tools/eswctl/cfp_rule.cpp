@@ -1,18 +1,28 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // A rule's record in JSON, and on the command line.
-#include "eswctl/cfp.h"
-#include "eswctl/notation.h"
-
 #include <algorithm>
+#include <cstddef>
 #include <span>
 
 #include <fmt/format.h>
 
+#include "eswctl/cfp.h"
+#include "eswctl/notation.h"
+
 namespace eswctl {
 namespace {
 
-// Where a class keeps a member: bits of one of the record's 31 words, which are 8 of data, 8 of mask, 3 of
-// action, 7 of policer, 2 of ext_a and 3 of ext_b. Without bits: not on this class.
+// Where the record has its words.
+enum Word : uint8_t {
+    data = offsetof(eth_cfp_rule_t, data) / sizeof(uint32_t),
+    mask = offsetof(eth_cfp_rule_t, mask) / sizeof(uint32_t),
+    action = offsetof(eth_cfp_rule_t, action) / sizeof(uint32_t),
+    policer = offsetof(eth_cfp_rule_t, policer) / sizeof(uint32_t),
+    ext_a = offsetof(eth_cfp_rule_t, ext_a) / sizeof(uint32_t),
+    ext_b = offsetof(eth_cfp_rule_t, ext_b) / sizeof(uint32_t),
+};
+
+// Where a class keeps a member: bits of one word. Without bits: not on this class.
 struct Place {
     uint8_t word;
     uint8_t low;
@@ -41,103 +51,51 @@ struct Member {
     }
 };
 
+constexpr Place at(int word, uint8_t low, uint8_t bits) { return {static_cast<uint8_t>(word), low, bits}; }
+constexpr Place all(uint8_t words, int word) { return at(word, 0, words); }
 constexpr Place absent{0, 0, 0};
 
 constexpr Member members[] = {
-    {"data", "--data", "data", "up to 8 key words, such as 0x3,0,0x0800", Form::words, {0, 0, 8}, {0, 0, 8}},
-    {"mask", "--mask", "mask", "up to 8 mask words", Form::words, {8, 0, 8}, {8, 0, 8}},
-    {"action", nullptr, "action", "", Form::words, {16, 0, 2}, {16, 0, 3}},
-    {"policer", nullptr, "policer", "", Form::words, {19, 0, 2}, {19, 0, 7}},
-    {"ext_a", nullptr, "ext A", "", Form::words, {26, 0, 2}, absent},
-    {"ext_b", nullptr, "ext B", "", Form::words, absent, {28, 0, 3}},
-    {"action1", "--action", "action 1", "forwarding action 1, 0 to 3", Form::number, {16, 7, 2}, {16, 24, 2}},
-    {"destination1",
-     "--dst",
-     "dst 1",
-     "destination mask 1, of 7 bits (class A) or 10 (class B)",
-     Form::mask,
-     {16, 0, 7},
-     {16, 14, 10}},
-    {"action2",
-     "--action2",
-     "action 2",
-     "forwarding action 2, 0 to 3",
-     Form::number,
-     {16, 23, 2},
-     {17, 11, 2}},
-    {"destination2", "--dst2", "dst 2", "destination mask 2, likewise", Form::mask, {16, 16, 7}, {17, 1, 10}},
-    {"traffic_class",
-     "--tc",
-     "TC",
-     "traffic class to change to, 0 to 7",
-     Form::number,
-     {17, 10, 3},
-     {16, 10, 3}},
-    {"chain_id", "--chain", "chain", "chain ID, 0 to 255", Form::number, {17, 14, 8}, {17, 20, 8}},
-    {"vlan_bypass", "--vlan-bypass", "bypass", "bypass the VLAN", Form::flag, {17, 0, 1}, {16, 0, 1}},
-    {"rate",
-     "--rate",
-     "rate",
-     "class A: rate, 0 to 1024000; rounded down",
-     Form::meter,
-     {19, 0, 1},
-     absent,
-     1024000},
-    {"burst",
-     "--burst",
-     "burst",
-     "class A: burst, 0 to 16384; rounded down",
-     Form::meter,
-     {19, 0, 1},
-     absent,
-     16384},
-    {"rate_mode",
-     "--rate-mode",
-     "rate mode",
-     "class B: rate mode, 0 to 3; 3 for no policer",
-     Form::number,
-     absent,
-     {19, 3, 2}},
-    {"color_mode", "--color-mode", "color", "class B: color mode, 0 or 1", Form::number, absent, {19, 0, 1}},
-    {"policer_action",
-     "--policer",
-     "policer",
-     "class B: policer action, 0 or 1",
-     Form::number,
-     absent,
-     {19, 1, 1}},
-    {"eir",
-     "--eir",
-     "EIR",
-     "class B: excess rate, 0 to 2000000; a multiple of 4",
-     Form::meter,
-     absent,
-     {20, 0, 1},
+    {"data", "--data", "data", "up to 8 key words, such as 0x3,0,0x0800", Form::words, all(8, data),
+     all(8, data)},
+    {"mask", "--mask", "mask", "up to 8 mask words", Form::words, all(8, mask), all(8, mask)},
+    {"action", nullptr, "action", "", Form::words, all(2, action), all(3, action)},
+    {"policer", nullptr, "policer", "", Form::words, all(2, policer), all(7, policer)},
+    {"ext_a", nullptr, "ext A", "", Form::words, all(2, ext_a), absent},
+    {"ext_b", nullptr, "ext B", "", Form::words, absent, all(3, ext_b)},
+    {"action1", "--action", "action 1", "forwarding action 1, 0 to 3", Form::number, at(action, 7, 2),
+     at(action, 24, 2)},
+    {"destination1", "--dst", "dst 1", "destination mask 1, of 7 bits (class A) or 10 (class B)", Form::mask,
+     at(action, 0, 7), at(action, 14, 10)},
+    {"action2", "--action2", "action 2", "forwarding action 2, 0 to 3", Form::number, at(action, 23, 2),
+     at(action + 1, 11, 2)},
+    {"destination2", "--dst2", "dst 2", "destination mask 2, likewise", Form::mask, at(action, 16, 7),
+     at(action + 1, 1, 10)},
+    {"traffic_class", "--tc", "TC", "traffic class to change to, 0 to 7", Form::number, at(action + 1, 10, 3),
+     at(action, 10, 3)},
+    {"chain_id", "--chain", "chain", "chain ID, 0 to 255", Form::number, at(action + 1, 14, 8),
+     at(action + 1, 20, 8)},
+    {"vlan_bypass", "--vlan-bypass", "bypass", "bypass the VLAN", Form::flag, at(action + 1, 0, 1),
+     at(action, 0, 1)},
+    {"rate", "--rate", "rate", "class A: rate, 0 to 1024000, with --burst; rounded down", Form::meter,
+     at(policer, 0, 1), absent, 1024000},
+    {"burst", "--burst", "burst", "class A: burst, 0 to 16384, with --rate; rounded down", Form::meter,
+     at(policer, 0, 1), absent, 16384},
+    {"rate_mode", "--rate-mode", "rate mode", "class B: rate mode, 0 to 3 (default 3: no policer)",
+     Form::number, absent, at(policer, 3, 2)},
+    {"color_mode", "--color-mode", "color", "class B: color mode, 0 or 1", Form::number, absent,
+     at(policer, 0, 1)},
+    {"policer_action", "--policer", "policer", "class B: policer action, 0 or 1", Form::number, absent,
+     at(policer, 1, 1)},
+    {"eir", "--eir", "EIR",
+     "class B: excess rate, 0 to 2000000, with --eir-burst and --rate-mode; a multiple of 4", Form::meter,
+     absent, at(policer + 1, 0, 1), 2000000},
+    {"eir_burst", "--eir-burst", "EIR burst", "class B: its burst, 0 to 1023", Form::meter, absent,
+     at(policer + 1, 0, 1), 1023},
+    {"cir", "--cir", "CIR", "class B: committed rate, likewise", Form::meter, absent, at(policer + 4, 0, 1),
      2000000},
-    {"eir_burst",
-     "--eir-burst",
-     "EIR burst",
-     "class B: its burst, 0 to 1023",
-     Form::meter,
-     absent,
-     {20, 0, 1},
-     1023},
-    {"cir",
-     "--cir",
-     "CIR",
-     "class B: committed rate, 0 to 2000000; a multiple of 4",
-     Form::meter,
-     absent,
-     {23, 0, 1},
-     2000000},
-    {"cir_burst",
-     "--cir-burst",
-     "CIR burst",
-     "class B: its burst, 0 to 1023",
-     Form::meter,
-     absent,
-     {23, 0, 1},
-     1023},
+    {"cir_burst", "--cir-burst", "CIR burst", "class B: its burst, 0 to 1023", Form::meter, absent,
+     at(policer + 4, 0, 1), 1023},
 };
 
 // Values that one library call sets together.
@@ -183,6 +141,12 @@ constexpr uint32_t refresh_count(uint32_t index)
     if (index < 29)
         return 64 * index;
     return index < 128 ? 2048 + 1024 * (index - 29) : 106496 + 8192 * (index - 128);
+}
+
+void copy_bits(const Place &at, eth_cfp_rule_t from, eth_cfp_rule_t &to)
+{
+    uint32_t &word = words_of(to)[at.word];
+    word ^= (words_of(from)[at.word] ^ word) & at.largest() << at.low;
 }
 
 // Null when the words are none that the library would make of a rate and a burst.
@@ -232,7 +196,24 @@ Json values_of(eth_cfp_rule_t rule)
     return values;
 }
 
-// `name` is the member's own, or its option's.
+Json shown(const Member &member, const Json &value)
+{
+    return member.form == Form::mask ? Json(hex(value.get<uint32_t>(), 12)) : value;
+}
+
+// Of a member, or where names begin with a hyphen, of its option.
+[[noreturn]] void refuse(const std::string &name, const std::string &fault)
+{
+    if (name.starts_with('-'))
+        throw UsageError{fmt::format("{}: {}", name, fault)};
+    throw Refused{fmt::format("{}: {}", name, fault)};
+}
+
+const Member &member_of(const std::string &key) { return *std::ranges::find(members, key, &Member::key); }
+
+// As the user knows it.
+const char *name_of(const Member &member, bool by_option) { return by_option ? member.option : member.key; }
+
 void check_class(const Member &member, const std::string &name)
 {
     if (member.place().bits == 0)
@@ -240,66 +221,113 @@ void check_class(const Member &member, const std::string &name)
                                   is_class_a() ? 'B' : 'A', is_class_a() ? 'A' : 'B')};
 }
 
-const Member &find_member(const std::string &name)
-{
-    const Member *const found = std::ranges::find(members, name, &Member::key);
-    if (found == std::end(members))
-        throw Refused{fmt::format("'{}' is not a member of a rule; see docs/cfp-rules.md", name)};
-    check_class(*found, name);
-    return *found;
-}
-
-// Of a number, or of a text that shows one.
-uint32_t number_from(const std::string &name, const Json &value, uint32_t largest)
-{
-    const Kind kind = number(0, largest);
-    const Json parsed = kind.parse(value.is_string() ? value.get<std::string>() : value.dump());
-    const std::string fault =
-        fmt::format("{}: {} is not accepted; use {}", name, value.dump(), kind.accepted);
-    if (parsed.is_null() && name.starts_with('-'))
-        throw UsageError{fault};
-    if (parsed.is_null())
-        throw Refused{fault};
-    return parsed.get<uint32_t>();
-}
-
 void set_words(Words words, const Member &member, const Json &given)
 {
     const Place &at = member.place();
     if (!given.is_array() || given.size() > at.bits)
-        throw Refused{fmt::format("{}: a list of at most {} words is needed", member.key, at.bits)};
+        throw Refused{fmt::format("{}: {} is not accepted; a list of at most {} words is needed", member.key,
+                                  excerpt_of(given), at.bits)};
     for (size_t i = 0; i < given.size(); ++i)
-        words[at.word + i] = number_from(member.key, given[i], UINT32_MAX);
+        words[at.word + i] = number_in(given[i], fmt::format("{}[{}]", member.key, i), UINT32_MAX);
 }
 
 Json checked_value(const Member &member, const std::string &name, const Json &given)
 {
-    if (given.is_null())
-        return given;
     if (member.form != Form::flag)
-        return number_from(name, given, member.largest(member.place()));
+        return number_in(given, name, member.largest(member.place()));
     if (!given.is_boolean())
-        throw Refused{fmt::format("{}: {} is not accepted; use true or false", name, given.dump())};
+        refuse(name, fmt::format("{} is not accepted; use true or false", excerpt_of(given)));
     return given;
 }
 
-void set_values(eth_cfp_rule_t &rule, const Json &wanted)
-{
-    const Json current = values_of(rule);
-    const auto value = [&](const char *key) { return key ? wanted.value(key, Json()) : Json(); };
-    const auto changes = [&](const char *key) { return !value(key).is_null() && value(key) != current[key]; };
-    const auto number_or_current = [&](const char *key) {
-        const Json chosen = key && value(key).is_null() ? current[key] : value(key);
-        return chosen.is_number() ? chosen.get<uint32_t>() : 0;
-    };
-    for (const Setter &setter : setters) {
-        if (changes(setter.first) || changes(setter.second))
-            setter.set(&rule, number_or_current(setter.first), number_or_current(setter.second));
+// Values that somebody wants, by key, beside those that the rule has.
+class Wish {
+public:
+    Wish(Json wanted, const eth_cfp_rule_t &rule, bool by_option)
+        : wanted_(std::move(wanted)), current_(values_of(rule)), by_option_(by_option)
+    {}
+
+    [[nodiscard]] bool changes(const char *key) const
+    {
+        return key && wanted_.contains(key) && wanted_[key] != current_[key];
     }
-    if (changes("vlan_bypass")) {
-        const Place &at = find_member("vlan_bypass").place();
+
+    // A rate without a burst, or a burst without a rate, is no meter.
+    void check_pair(const char *key, const char *other) const
+    {
+        const Json present = current_.value(other, Json());
+        if (wanted_.contains(key) && !wanted_.contains(other) && (present.is_null() || present == 0))
+            refuse(name_of(member_of(key), by_option_),
+                   fmt::format("it needs {} beside it", name_of(member_of(other), by_option_)));
+    }
+
+    void set(const Setter &setter, eth_cfp_rule_t &rule) const
+    {
+        const eth_cfp_rule_t before = rule;
+        setter.set(&rule, value(setter.first), value(setter.second));
+        // One that was not asked for keeps its bits, whatever they are.
+        for (const char *key : {setter.first, setter.second}) {
+            if (key && !changes(key) && member_of(key).form != Form::meter)
+                copy_bits(member_of(key).place(), before, rule);
+        }
+    }
+
+    // A class B switch without a policer does not look at the meters.
+    void check_policer(const eth_cfp_rule_t &rule) const
+    {
+        constexpr uint32_t no_policer = 3;
+        for (const char *key : {"eir", "eir_burst", "cir", "cir_burst"}) {
+            if (changes(key) && wanted_[key] != 0 && values_of(rule)["rate_mode"] == no_policer)
+                refuse(name_of(member_of(key), by_option_),
+                       fmt::format("rate mode 3 is no policer; use {} 0, 1 or 2 beside it",
+                                   name_of(member_of("rate_mode"), by_option_)));
+        }
+    }
+
+    // What the switch can't hold as it was asked for.
+    [[nodiscard]] Json roundings(const eth_cfp_rule_t &rule) const
+    {
+        const Json now = values_of(rule);
+        Json rows = Json::array();
+        for (const auto &[key, asked] : wanted_.items()) {
+            if (now[key] != asked)
+                rows.push_back({{"member", key},
+                                {"asked", shown(member_of(key), asked)},
+                                {"used", shown(member_of(key), now[key])}});
+        }
+        return rows;
+    }
+
+private:
+    [[nodiscard]] uint32_t value(const char *key) const
+    {
+        const Json chosen = !key ? Json() : wanted_.contains(key) ? wanted_[key] : current_[key];
+        return chosen.is_number() ? chosen.get<uint32_t>() : 0;
+    }
+
+    Json wanted_;
+    Json current_;
+    bool by_option_;
+};
+
+Json set_values(eth_cfp_rule_t &rule, const Json &wanted, bool by_option)
+{
+    const Wish wish(wanted, rule, by_option);
+    for (const Setter &setter : setters) {
+        if (!wish.changes(setter.first) && !wish.changes(setter.second))
+            continue;
+        if (member_of(setter.first).form == Form::meter) {
+            wish.check_pair(setter.first, setter.second);
+            wish.check_pair(setter.second, setter.first);
+        }
+        wish.set(setter, rule);
+    }
+    wish.check_policer(rule);
+    if (wish.changes("vlan_bypass")) {
+        const Place &at = member_of("vlan_bypass").place();
         words_of(rule)[at.word] ^= 1U << at.low;
     }
+    return wish.roundings(rule);
 }
 
 // "0x00000003,0,0x0800"
@@ -334,6 +362,15 @@ Kind kind_of(const Member &member)
 
 } // namespace
 
+uint32_t number_in(const Json &value, const std::string &name, uint32_t largest)
+{
+    const Kind kind = number(0, largest);
+    const Json parsed = kind.parse(value.is_string() ? value.get<std::string>() : value.dump());
+    if (parsed.is_null())
+        refuse(name, fmt::format("{} is not accepted; use {}", excerpt_of(value), kind.accepted));
+    return parsed.get<uint32_t>();
+}
+
 Json rule_to_json(const eth_cfp_rule_t &rule)
 {
     eth_cfp_rule_t copy = rule;
@@ -344,33 +381,48 @@ Json rule_to_json(const eth_cfp_rule_t &rule)
         if (at.bits == 0)
             continue;
         Json &value = object[member.key];
-        if (member.form == Form::words) {
+        if (member.form != Form::words)
+            value = shown(member, values[member.key]);
+        else
             for (const uint32_t word : words_of(copy).subspan(at.word, at.bits))
                 value.push_back(hex(word, 32));
-        } else {
-            value = member.form == Form::mask ? Json(hex(values[member.key].get<uint32_t>(), 12))
-                                              : values[member.key];
-        }
     }
     return object;
 }
 
-void change_rule(eth_cfp_rule_t &rule, const Json &given)
+// Those of this class.
+std::string keys()
+{
+    std::string keys;
+    for (const Member &member : members) {
+        if (member.place().bits != 0)
+            keys += fmt::format("{}{}", keys.empty() ? "" : ", ", member.key);
+    }
+    return keys;
+}
+
+Json change_rule(eth_cfp_rule_t &rule, const Json &given, bool by_option)
 {
     if (!given.is_object())
-        throw Refused{"a rule is a JSON object; see docs/cfp-rules.md"};
-    Json values;
-    for (const auto &[name, value] : given.items()) {
-        if (name == "slot")
+        throw Refused{fmt::format("{} is not accepted; a rule is an object", excerpt_of(given))};
+    Json values = Json::object();
+    for (const auto &[key, value] : given.items()) {
+        if (key == "slot") {
+            number_in(value, key, last_slot);
             continue;
-        const Member &member = find_member(name);
-        if (member.form == Form::words)
-            set_words(words_of(rule), member, value);
-        else
-            values[name] = checked_value(member, name, value);
+        }
+        const Member *const member = std::ranges::find(members, key, &Member::key);
+        if (member == std::end(members))
+            throw Refused{fmt::format("'{}' is not a member of a rule; use one of {}; see eswctl(1)",
+                                      excerpt(key), keys())};
+        const std::string name = name_of(*member, by_option);
+        check_class(*member, name);
+        if (member->form == Form::words)
+            set_words(words_of(rule), *member, value);
+        else if (!value.is_null())
+            values[key] = checked_value(*member, name, value);
     }
-    if (!values.is_null())
-        set_values(rule, values);
+    return set_values(rule, values, by_option);
 }
 
 std::vector<Column> rule_columns()
@@ -394,7 +446,7 @@ std::vector<Argument> rule_options()
     return options;
 }
 
-Json members_given(const Arguments &arguments)
+Json change_rule_by_options(eth_cfp_rule_t &rule, const Arguments &arguments)
 {
     Json given = Json::object();
     if (arguments["--drop"].get<bool>())
@@ -404,12 +456,9 @@ Json members_given(const Arguments &arguments)
             continue;
         if (given.contains(member.key))
             throw UsageError{fmt::format("{} does not go with --drop", member.option)};
-        check_class(member, member.option);
-        given[member.key] = member.form == Form::words
-                                ? arguments[member.option]
-                                : checked_value(member, member.option, arguments[member.option]);
+        given[member.key] = arguments[member.option];
     }
-    return given;
+    return change_rule(rule, given, true);
 }
 
 bool describes_free_slot(const eth_cfp_rule_t &rule) { return (rule.data[0] & 3) == 0; }
@@ -426,6 +475,13 @@ eth_cfp_rule_t read_rule(uint32_t slot)
     eth_cfp_rule_t rule = fresh_rule();
     check(eth_cfp_rule_get(slot, &rule), fmt::format("read slot {}", slot));
     return rule;
+}
+
+void free_slot(uint32_t slot)
+{
+    eth_cfp_rule_t none = fresh_rule();
+    none.policer[1] = 0x80000000; // as a clear of the table leaves it
+    check(eth_cfp_rule_set(static_cast<int32_t>(slot), none), fmt::format("free slot {}", slot));
 }
 
 } // namespace eswctl

@@ -7,6 +7,7 @@
 
 #include "eswctl/cfp.h"
 #include "eswctl/families.h"
+#include "eswctl/notation.h"
 
 namespace eswctl {
 namespace {
@@ -77,21 +78,21 @@ Json udfs_to_json(const eth_cfp_udf_t &udf)
 
 void change_udfs(eth_cfp_udf_t &udf, const Json &udfs)
 {
-    const Kind byte = number(0, 0xFF);
+    std::vector<Json> rest(names.begin(), names.end());
     for (const Json &row : udfs) {
-        const std::string name = row.at("udf");
-        const Json &given = row.at("selectors");
-        const bool known = std::ranges::find(names, name) != names.end();
-        if (!known || given.size() != selectors(udf, name).size())
-            throw Refused{
-                fmt::format("UDF '{}' does not exist, or not with {} selectors", name, given.size())};
-        std::ranges::transform(given, selectors(udf, name).begin(), [&](const Json &text) {
-            const Json value = byte.parse(text.get<std::string>());
-            if (value.is_null())
-                throw Refused{
-                    fmt::format("UDF '{}': {} is not accepted; use {}", name, text.dump(), byte.accepted)};
-            return value.get<uint8_t>();
-        });
+        const Json name = row.is_object() ? row.value("udf", Json()) : Json();
+        const auto found = std::ranges::find(rest, name);
+        if (found == rest.end())
+            throw Refused{fmt::format("udfs: {} is not accepted as udf, or there twice; use {}",
+                                      excerpt_of(name), fmt::join(names, ", "))};
+        const std::span<uint8_t> bytes = selectors(udf, name);
+        const Json given = row.value("selectors", Json());
+        if (!given.is_array() || given.size() != bytes.size())
+            throw Refused{fmt::format("UDF {}: {} is not accepted; use a list of {} selectors", name.dump(),
+                                      excerpt_of(given), bytes.size())};
+        for (size_t i = 0; i < bytes.size(); ++i)
+            bytes[i] = static_cast<uint8_t>(number_in(given[i], fmt::format("UDF {}", name.dump()), 0xFF));
+        rest.erase(found);
     }
 }
 
