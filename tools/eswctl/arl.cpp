@@ -170,7 +170,11 @@ Report add(const Arguments &arguments)
             fmt::format("{} is in the address table twice now: the library takes the first free bin, "
                         "before the bin that it was in; eswctl arl flush --vid {} --static removes both",
                         from_mac(entry.mac), entry.vid)};
-    return done(fmt::format("{} added to VLAN {}", from_mac(entry.mac), entry.vid), address_to_json(entry));
+    Json value = address_to_json(entry);
+    value["added"] = before < 0;
+    return done(
+        fmt::format("{} {} VLAN {}", from_mac(entry.mac), before < 0 ? "added to" : "changed in", entry.vid),
+        std::move(value));
 }
 
 // The library would remove another entry of a full bucket in place of one that is not there.

@@ -2,7 +2,6 @@
 // Rule sets in files: what `cfp show --json` prints, saved, edited and restored.
 #include <algorithm>
 #include <cstring>
-#include <map>
 
 #include <fmt/format.h>
 
@@ -33,7 +32,7 @@ void within(const std::string &part, const std::function<void()> &call)
 
 // All that the switch has, or shall have: checked before any of it is written.
 struct Contents {
-    std::map<uint32_t, eth_cfp_rule_t> rules;
+    std::vector<eth_cfp_rule_t> rules; // of all slots; a fresh one where the slot is free
     eth_cfp_udf_t udf;
     uint32_t ports;
 };
@@ -44,17 +43,22 @@ Contents read_contents()
     Progress progress("reading rules", slots);
     for (uint32_t slot = 0; slot < slots; ++slot) {
         const eth_cfp_rule_t rule = read_rule(slot);
-        if (!describes_free_slot(rule))
-            contents.rules.emplace(slot, rule);
+        contents.rules.push_back(describes_free_slot(rule) ? fresh_rule() : rule);
         progress.advance_to(slot + 1);
     }
     check(eth_cfp_udf_get(&contents.udf), "read the UDF selectors");
     for (const uint32_t port : all_ports) {
         uint32_t enabled = 0;
         check(eth_cfp_enable_get(port, &enabled), "read the ports' state");
-        contents.ports |= (enabled != 0 ? 1U : 0U) << port;
+        contents.ports |= enabled << port;
     }
     return contents;
+}
+
+template <typename Record>
+bool same(const Record &one, const Record &other)
+{
+    return memcmp(&one, &other, sizeof one) == 0;
 }
 
 void check_document(const Json &document)
@@ -82,19 +86,19 @@ const Json &list_in(const Json &document, const std::string &name, size_t most)
     return list;
 }
 
-void add_rules(Contents &contents, const Json &rules)
+void add_rules(std::vector<eth_cfp_rule_t> &rules, const Json &given)
 {
-    for (size_t i = 0; i < rules.size(); ++i) {
-        const Json slot = rules[i].is_object() ? rules[i].value("slot", Json()) : Json();
+    for (size_t i = 0; i < given.size(); ++i) {
+        const Json slot = given[i].is_object() ? given[i].value("slot", Json()) : Json();
         if (!slot.is_number_unsigned() || slot >= slots)
             throw Refused{fmt::format("rules[{}]: each rule needs a slot from 0 to {}", i, slots - 1)};
-        eth_cfp_rule_t rule = fresh_rule();
+        eth_cfp_rule_t &rule = rules[slot.get<size_t>()];
         within(fmt::format("rules[{}], slot {}", i, slot.dump()), [&] {
-            change_rule(rule, rules[i]);
+            if (!describes_free_slot(rule))
+                throw Refused{"the slot is there twice"};
+            change_rule(rule, given[i]);
             if (describes_free_slot(rule))
                 throw Refused{"the rule leaves its slot free; set bit 0 or 1 of the first word of data"};
-            if (!contents.rules.emplace(slot.get<uint32_t>(), rule).second)
-                throw Refused{"the slot is there twice"};
         });
     }
 }
@@ -103,8 +107,8 @@ void add_rules(Contents &contents, const Json &rules)
 Contents contents_of(const Json &document, const Contents &present)
 {
     check_document(document);
-    Contents contents{{}, present.udf, present.ports};
-    add_rules(contents, list_in(document, "rules", slots));
+    Contents contents{std::vector(slots, fresh_rule()), present.udf, present.ports};
+    add_rules(contents.rules, list_in(document, "rules", slots));
     if (document.contains("udfs"))
         change_udfs(contents.udf, list_in(document, "udfs", udf_count));
     if (document.contains("ports")) {
@@ -119,35 +123,19 @@ Contents contents_of(const Json &document, const Contents &present)
     return contents;
 }
 
-// The slots whose rule is another than it was, or none any more.
-std::vector<uint32_t> changed_slots(const Contents &from, const Contents &to)
-{
-    std::vector<uint32_t> changed;
-    for (uint32_t slot = 0; slot < slots; ++slot) {
-        const auto before = from.rules.find(slot);
-        const auto after = to.rules.find(slot);
-        const bool used = before != from.rules.end();
-        if (used != (after != to.rules.end()) ||
-            (used && memcmp(&before->second, &after->second, sizeof before->second) != 0))
-            changed.push_back(slot);
-    }
-    return changed;
-}
-
 void write_contents(const Contents &contents, const std::vector<uint32_t> &changed, const Contents &present)
 {
     Progress progress("restoring rules", changed.size());
     size_t count = 0;
     do_each(changed, "slot", [&](uint32_t slot) {
-        const auto rule = contents.rules.find(slot);
-        if (rule == contents.rules.end())
+        const eth_cfp_rule_t &rule = contents.rules[slot];
+        if (describes_free_slot(rule))
             free_slot(slot);
         else
-            check(eth_cfp_rule_set(static_cast<int32_t>(slot), rule->second),
-                  fmt::format("write slot {}", slot));
+            check(eth_cfp_rule_set(static_cast<int32_t>(slot), rule), fmt::format("write slot {}", slot));
         progress.advance_to(++count);
     });
-    if (memcmp(&contents.udf, &present.udf, sizeof present.udf) != 0)
+    if (!same(contents.udf, present.udf))
         check(eth_cfp_udf_set(contents.udf), "write the UDF selectors");
     for (const uint32_t port : all_ports) {
         if (((contents.ports ^ present.ports) >> port & 1) != 0)
@@ -171,8 +159,10 @@ Json field_processor()
 {
     const Contents contents = read_contents();
     Json rules = Json::array();
-    for (const auto &[slot, rule] : contents.rules)
-        rules.push_back(rule_row(slot, rule));
+    for (uint32_t slot = 0; slot < slots; ++slot) {
+        if (!describes_free_slot(contents.rules[slot]))
+            rules.push_back(rule_row(slot, contents.rules[slot]));
+    }
     return {{"class", this_class()},
             {"ports", from_port_set(contents.ports)},
             {"udfs", udfs_to_json(contents.udf)},
@@ -214,13 +204,16 @@ Report restore_rules(const Arguments &arguments)
     const Contents present = read_contents();
     Contents wanted;
     within(fmt::format("cannot use {}", name_file(path)), [&] { wanted = contents_of(document, present); });
-    const std::vector<uint32_t> changed = changed_slots(present, wanted);
+    std::vector<uint32_t> changed;
+    for (uint32_t slot = 0; slot < slots; ++slot) {
+        if (!same(present.rules[slot], wanted.rules[slot]))
+            changed.push_back(slot);
+    }
     write_contents(wanted, changed, present);
-    std::string sentence =
-        fmt::format("{} restored from {}", count_rules(wanted.rules.size()), name_file(path));
-    if (!changed.empty())
-        sentence += ", which changed " + name_each("slot", changed);
-    return done(sentence, {{"file", path}, {"rules", wanted.rules.size()}, {"changed", changed}});
+    const size_t count = document["rules"].size();
+    return done(fmt::format("{} restored from {}{}", count_rules(count), name_file(path),
+                            changed.empty() ? "" : ", which changed " + name_each("slot", changed)),
+                {{"file", path}, {"rules", count}, {"changed", changed}});
 }
 
 } // namespace eswctl

@@ -98,43 +98,30 @@ constexpr Member members[] = {
      at(policer + 4, 0, 1), 1023},
 };
 
-// Values that one library call sets together.
-struct Setter {
-    const char *first;
-    const char *second; // may be null
-    void (*set)(eth_cfp_rule_t *rule, uint32_t first, uint32_t second);
+// A rate and its burst, which one library call writes.
+struct Meter {
+    const char *rate;
+    const char *burst;
+    void (*set)(eth_cfp_rule_t *rule, uint32_t rate, uint32_t burst);
 };
 
 template <auto call, typename Value>
-void one(eth_cfp_rule_t *rule, uint32_t value, uint32_t)
+void set_meter(eth_cfp_rule_t *rule, uint32_t rate, uint32_t burst)
 {
-    call(rule, static_cast<Value>(value));
+    call(rule, static_cast<Value>(rate), static_cast<Value>(burst));
 }
 
-template <auto call, typename Value>
-void two(eth_cfp_rule_t *rule, uint32_t first, uint32_t second)
-{
-    call(rule, static_cast<Value>(first), static_cast<Value>(second));
-}
-
-constexpr Setter setters[] = {
-    {"action1", "action2", ethCfpRuleAction},
-    {"destination1", "destination2", ethCfpRuleActionDst},
-    {"traffic_class", nullptr, one<ethCfpRuleActionChangeTc, uint8_t>},
-    {"chain_id", nullptr, one<ethCfpRuleActionChainId, uint8_t>},
-    {"rate", "burst", two<eth_cfp_util_rule_t_rate_set, int32_t>},
-    {"rate_mode", nullptr, one<eth_cfp_util_rule_t_rate_mode_set, uint8_t>},
-    {"color_mode", nullptr, one<eth_cfp_util_rule_t_rate_color_mode_set, uint32_t>},
-    {"policer_action", nullptr, one<eth_cfp_util_rule_t_rate_policer_action_set, uint8_t>},
-    {"eir", "eir_burst", two<eth_cfp_util_rule_t_eir_set, uint32_t>},
-    {"cir", "cir_burst", two<eth_cfp_util_rule_t_cir_set, uint32_t>},
+constexpr Meter meters[] = {
+    {"rate", "burst", set_meter<eth_cfp_util_rule_t_rate_set, int32_t>},
+    {"eir", "eir_burst", set_meter<eth_cfp_util_rule_t_eir_set, uint32_t>},
+    {"cir", "cir_burst", set_meter<eth_cfp_util_rule_t_cir_set, uint32_t>},
 };
 
 using Words = std::span<uint32_t, sizeof(eth_cfp_rule_t) / sizeof(uint32_t)>;
 
 Words words_of(eth_cfp_rule_t &rule) { return Words(rule.data, Words::extent); }
 
-uint32_t bits_of(const Place &at, Words words) { return words[at.word] >> at.low & at.largest(); }
+const Member &member_of(const std::string &key) { return *std::ranges::find(members, key, &Member::key); }
 
 constexpr uint32_t refresh_count(uint32_t index)
 {
@@ -143,21 +130,14 @@ constexpr uint32_t refresh_count(uint32_t index)
     return index < 128 ? 2048 + 1024 * (index - 29) : 106496 + 8192 * (index - 128);
 }
 
-void copy_bits(const Place &at, eth_cfp_rule_t from, eth_cfp_rule_t &to)
-{
-    uint32_t &word = words_of(to)[at.word];
-    word ^= (words_of(from)[at.word] ^ word) & at.largest() << at.low;
-}
-
 // Null when the words are none that the library would make of a rate and a burst.
-void add_meter(Json &values, const char *rate_key, const char *burst_key, eth_cfp_rule_t rule, uint32_t rate,
-               uint32_t burst)
+void add_meter(Json &values, const Meter &meter, eth_cfp_rule_t rule, uint32_t rate, uint32_t burst)
 {
     const eth_cfp_rule_t before = rule;
-    std::ranges::find(setters, std::string(rate_key), &Setter::first)->set(&rule, rate, burst);
+    meter.set(&rule, rate, burst);
     const bool same = std::ranges::equal(before.policer, rule.policer);
-    values[rate_key] = same ? Json(rate) : Json();
-    values[burst_key] = same ? Json(burst) : Json();
+    values[meter.rate] = same ? Json(rate) : Json();
+    values[meter.burst] = same ? Json(burst) : Json();
 }
 
 void add_meters(Json &values, const eth_cfp_rule_t &rule)
@@ -165,23 +145,23 @@ void add_meters(Json &values, const eth_cfp_rule_t &rule)
     const uint32_t *policer = rule.policer;
     if (is_class_a()) {
         const uint32_t shift = policer[1] >> 8 & 0xF;
-        add_meter(values, "rate", "burst", rule, refresh_count(policer[1] & 0xFF), 0x4000U >> shift);
+        add_meter(values, meters[0], rule, refresh_count(policer[1] & 0xFF), 0x4000U >> shift);
         return;
     }
-    add_meter(values, "eir", "eir_burst", rule, policer[3] << 2, policer[1] >> 13);
-    add_meter(values, "cir", "cir_burst", rule, policer[6] << 2, policer[4] >> 13);
+    add_meter(values, meters[1], rule, policer[3] << 2, policer[1] >> 13);
+    add_meter(values, meters[2], rule, policer[6] << 2, policer[4] >> 13);
 }
+
+bool is_traffic_class(const Member &member) { return member.key == std::string_view("traffic_class"); }
 
 Json value_of(const Member &member, Words words)
 {
     const Place &at = member.place();
-    const uint32_t bits = bits_of(at, words);
-    if (member.form == Form::flag)
-        return bits != 0;
+    const uint32_t bits = words[at.word] >> at.low;
     // The bit above the traffic class tells whether it is changed.
-    if (member.key == std::string("traffic_class") && !(words[at.word] >> (at.low + at.bits) & 1))
+    if (is_traffic_class(member) && !(bits >> at.bits & 1))
         return nullptr;
-    return bits;
+    return member.form == Form::flag ? Json((bits & 1) != 0) : Json(bits & at.largest());
 }
 
 // All values of the rule; masks as numbers.
@@ -196,10 +176,28 @@ Json values_of(eth_cfp_rule_t rule)
     return values;
 }
 
+// Leaves all other bits alone, which the library's calls don't: they write two members at once.
+void put(const Member &member, eth_cfp_rule_t &rule, uint32_t value)
+{
+    const Place &at = member.place();
+    eth_cfp_rule_t built = rule;
+    if (member.form == Form::mask)
+        ethCfpRuleActionDst(&built, value, value); // class B has its bits in another order
+    else
+        words_of(built)[at.word] = value << at.low;
+    uint32_t &word = words_of(rule)[at.word];
+    word ^= (words_of(built)[at.word] ^ word) & at.largest() << at.low;
+    if (is_traffic_class(member))
+        word |= 1U << (at.low + at.bits);
+}
+
 Json shown(const Member &member, const Json &value)
 {
     return member.form == Form::mask ? Json(hex(value.get<uint32_t>(), 12)) : value;
 }
+
+// As the user knows it.
+const char *name_of(const Member &member, bool by_option) { return by_option ? member.option : member.key; }
 
 // Of a member, or where names begin with a hyphen, of its option.
 [[noreturn]] void refuse(const std::string &name, const std::string &fault)
@@ -209,11 +207,6 @@ Json shown(const Member &member, const Json &value)
     throw Refused{fmt::format("{}: {}", name, fault)};
 }
 
-const Member &member_of(const std::string &key) { return *std::ranges::find(members, key, &Member::key); }
-
-// As the user knows it.
-const char *name_of(const Member &member, bool by_option) { return by_option ? member.option : member.key; }
-
 void check_class(const Member &member, const std::string &name)
 {
     if (member.place().bits == 0)
@@ -221,14 +214,14 @@ void check_class(const Member &member, const std::string &name)
                                   is_class_a() ? 'B' : 'A', is_class_a() ? 'A' : 'B')};
 }
 
-void set_words(Words words, const Member &member, const Json &given)
+void set_words(Words words, const Member &member, const std::string &name, const Json &given)
 {
     const Place &at = member.place();
     if (!given.is_array() || given.size() > at.bits)
-        throw Refused{fmt::format("{}: {} is not accepted; a list of at most {} words is needed", member.key,
-                                  excerpt_of(given), at.bits)};
+        refuse(name, fmt::format("{} is not accepted; a list of at most {} words is needed",
+                                 excerpt_of(given), at.bits));
     for (size_t i = 0; i < given.size(); ++i)
-        words[at.word + i] = number_in(given[i], fmt::format("{}[{}]", member.key, i), UINT32_MAX);
+        words[at.word + i] = number_in(given[i], fmt::format("{}[{}]", name, i), UINT32_MAX);
 }
 
 Json checked_value(const Member &member, const std::string &name, const Json &given)
@@ -240,124 +233,58 @@ Json checked_value(const Member &member, const std::string &name, const Json &gi
     return given;
 }
 
-// Values that somebody wants, by key, beside those that the rule has.
-class Wish {
-public:
-    Wish(Json wanted, const eth_cfp_rule_t &rule, bool by_option)
-        : wanted_(std::move(wanted)), current_(values_of(rule)), by_option_(by_option)
-    {}
-
-    [[nodiscard]] bool changes(const char *key) const
-    {
-        return key && wanted_.contains(key) && wanted_[key] != current_[key];
-    }
-
-    // A rate without a burst, or a burst without a rate, is no meter.
-    void check_pair(const char *key, const char *other) const
-    {
-        const Json present = current_.value(other, Json());
-        if (wanted_.contains(key) && !wanted_.contains(other) && (present.is_null() || present == 0))
-            refuse(name_of(member_of(key), by_option_),
-                   fmt::format("it needs {} beside it", name_of(member_of(other), by_option_)));
-    }
-
-    void set(const Setter &setter, eth_cfp_rule_t &rule) const
-    {
-        const eth_cfp_rule_t before = rule;
-        setter.set(&rule, value(setter.first), value(setter.second));
-        // One that was not asked for keeps its bits, whatever they are.
-        for (const char *key : {setter.first, setter.second}) {
-            if (key && !changes(key) && member_of(key).form != Form::meter)
-                copy_bits(member_of(key).place(), before, rule);
-        }
-    }
-
-    // A class B switch without a policer does not look at the meters.
-    void check_policer(const eth_cfp_rule_t &rule) const
-    {
-        constexpr uint32_t no_policer = 3;
-        for (const char *key : {"eir", "eir_burst", "cir", "cir_burst"}) {
-            if (changes(key) && wanted_[key] != 0 && values_of(rule)["rate_mode"] == no_policer)
-                refuse(name_of(member_of(key), by_option_),
-                       fmt::format("rate mode 3 is no policer; use {} 0, 1 or 2 beside it",
-                                   name_of(member_of("rate_mode"), by_option_)));
-        }
-    }
-
-    // What the switch can't hold as it was asked for.
-    [[nodiscard]] Json roundings(const eth_cfp_rule_t &rule) const
-    {
-        const Json now = values_of(rule);
-        Json rows = Json::array();
-        for (const auto &[key, asked] : wanted_.items()) {
-            if (now[key] != asked)
-                rows.push_back({{"member", key},
-                                {"asked", shown(member_of(key), asked)},
-                                {"used", shown(member_of(key), now[key])}});
-        }
-        return rows;
-    }
-
-private:
-    [[nodiscard]] uint32_t value(const char *key) const
-    {
-        const Json chosen = !key ? Json() : wanted_.contains(key) ? wanted_[key] : current_[key];
-        return chosen.is_number() ? chosen.get<uint32_t>() : 0;
-    }
-
-    Json wanted_;
-    Json current_;
-    bool by_option_;
-};
-
-Json set_values(eth_cfp_rule_t &rule, const Json &wanted, bool by_option)
+// A rate without a burst, or a burst without a rate, is no meter; and a class B switch without a policer does
+// not look at its meters.
+void set_meters(eth_cfp_rule_t &rule, const Json &wanted, bool by_option)
 {
-    const Wish wish(wanted, rule, by_option);
-    for (const Setter &setter : setters) {
-        if (!wish.changes(setter.first) && !wish.changes(setter.second))
+    constexpr uint32_t no_policer = 3;
+    const auto name = [&](const char *key) { return name_of(member_of(key), by_option); };
+    const Json current = values_of(rule);
+    for (const Meter &meter : meters) {
+        Json now = {{meter.rate, current.value(meter.rate, Json())},
+                    {meter.burst, current.value(meter.burst, Json())}};
+        const Json before = now;
+        for (const char *key : {meter.rate, meter.burst})
+            now[key] = wanted.value(key, before[key]);
+        if (now == before)
             continue;
-        if (member_of(setter.first).form == Form::meter) {
-            wish.check_pair(setter.first, setter.second);
-            wish.check_pair(setter.second, setter.first);
+        for (const auto &[key, other] :
+             {std::pair(meter.rate, meter.burst), std::pair(meter.burst, meter.rate)}) {
+            if (wanted.contains(key) && !wanted.contains(other) && (now[other].is_null() || now[other] == 0))
+                refuse(name(key), fmt::format("it needs {} beside it", name(other)));
+            if (wanted.value(key, 0) != 0 && current.value("rate_mode", 0) == no_policer)
+                refuse(name(key), fmt::format("rate mode 3 is no policer; use {} 0, 1 or 2 beside it",
+                                              name("rate_mode")));
         }
-        wish.set(setter, rule);
+        meter.set(&rule, now[meter.rate], now[meter.burst]);
     }
-    wish.check_policer(rule);
-    if (wish.changes("vlan_bypass")) {
-        const Place &at = member_of("vlan_bypass").place();
-        words_of(rule)[at.word] ^= 1U << at.low;
-    }
-    return wish.roundings(rule);
 }
 
 // "0x00000003,0,0x0800"
-Kind word_list()
-{
-    return {"up to 8 words such as 0x3,0,0x0800",
-            [](const std::string &text) -> Json {
-                Json words = Json::array();
-                for (const std::string &item : split(text)) {
-                    words.push_back(number(0, UINT32_MAX).parse(item));
-                    if (words.back().is_null())
-                        return nullptr;
-                }
-                return words.size() <= 8 ? words : Json();
-            },
-            {},
-            "",
-            "N,N,..."};
-}
+const Kind word_list = {"up to 8 words such as 0x3,0,0x0800",
+                        [](const std::string &text) -> Json { return split(text); },
+                        {},
+                        "",
+                        "N,N,..."};
 
 Kind kind_of(const Member &member)
 {
-    switch (member.form) {
-    case Form::words:
-        return word_list();
-    case Form::flag:
+    if (member.form == Form::words)
+        return word_list;
+    if (member.form == Form::flag)
         return {};
-    default:
-        return number(0, std::max(member.largest(member.on_a), member.largest(member.on_b)));
+    return number(0, std::max(member.largest(member.on_a), member.largest(member.on_b)));
+}
+
+// Those of this class.
+std::string keys()
+{
+    std::vector<std::string> keys;
+    for (const Member &member : members) {
+        if (member.place().bits != 0)
+            keys.emplace_back(member.key);
     }
+    return fmt::format("{}", fmt::join(keys, ", "));
 }
 
 } // namespace
@@ -390,39 +317,41 @@ Json rule_to_json(const eth_cfp_rule_t &rule)
     return object;
 }
 
-// Those of this class.
-std::string keys()
-{
-    std::string keys;
-    for (const Member &member : members) {
-        if (member.place().bits != 0)
-            keys += fmt::format("{}{}", keys.empty() ? "" : ", ", member.key);
-    }
-    return keys;
-}
-
 Json change_rule(eth_cfp_rule_t &rule, const Json &given, bool by_option)
 {
     if (!given.is_object())
         throw Refused{fmt::format("{} is not accepted; a rule is an object", excerpt_of(given))};
-    Json values = Json::object();
+    Json wanted = Json::object();
     for (const auto &[key, value] : given.items()) {
+        const Member *const member = std::ranges::find(members, key, &Member::key);
         if (key == "slot") {
             number_in(value, key, last_slot);
             continue;
         }
-        const Member *const member = std::ranges::find(members, key, &Member::key);
         if (member == std::end(members))
             throw Refused{fmt::format("'{}' is not a member of a rule; use one of {}; see eswctl(1)",
                                       excerpt(key), keys())};
         const std::string name = name_of(*member, by_option);
         check_class(*member, name);
         if (member->form == Form::words)
-            set_words(words_of(rule), *member, value);
+            set_words(words_of(rule), *member, name, value);
         else if (!value.is_null())
-            values[key] = checked_value(*member, name, value);
+            wanted[key] = checked_value(*member, name, value);
     }
-    return set_values(rule, values, by_option);
+    const Json before = values_of(rule);
+    for (const auto &[key, value] : wanted.items()) {
+        if (const Member &member = member_of(key); member.form != Form::meter && value != before[key])
+            put(member, rule, value.get<uint32_t>());
+    }
+    set_meters(rule, wanted, by_option);
+    const Json now = values_of(rule);
+    Json rounded = Json::array();
+    for (const auto &[key, value] : wanted.items()) {
+        if (const Member &member = member_of(key); now[key] != value)
+            rounded.push_back(
+                {{"member", key}, {"asked", shown(member, value)}, {"used", shown(member, now[key])}});
+    }
+    return rounded;
 }
 
 std::vector<Column> rule_columns()

@@ -128,24 +128,23 @@ Report destroy(const Arguments &arguments)
                   [](uint16_t vid) { make("destroy", eth_vlan_destroy, vid, false); }, {{"exists", false}});
 }
 
-// The ports that PORTS and --untagged give; null where they give none.
+// Null where PORTS and --untagged give none.
 struct Given {
     Json members;
     Json untagged;
-
-    Given(const Arguments &arguments, const std::string &usage)
-    {
-        auto ports = ports_by_word(arguments["PORTS"], "ports", usage);
-        members = ports["ports"];
-        untagged = ports["untagged"];
-        if (!untagged.is_null() && !arguments["--untagged"].is_null())
-            throw UsageError{"--untagged: the word untagged is there, too; use one of them"};
-        if (untagged.is_null())
-            untagged = arguments["--untagged"];
-        if (members.is_null() && untagged.is_null())
-            throw UsageError{usage};
-    }
 };
+
+Given ports_given(const Arguments &arguments, const std::string &usage)
+{
+    auto ports = ports_by_word(arguments["PORTS"], "ports", usage);
+    const Json &option = arguments["--untagged"];
+    if (!ports["untagged"].is_null() && !option.is_null())
+        throw UsageError{"--untagged: the word untagged is there, too; use one of them"};
+    const Given given{ports["ports"], option.is_null() ? ports["untagged"] : option};
+    if (given.members.is_null() && given.untagged.is_null())
+        throw UsageError{usage};
+    return given;
+}
 
 std::string name_set(const Json &ports)
 {
@@ -155,45 +154,40 @@ std::string name_set(const Json &ports)
 // An explicit "untagged none" is about the ports beside it, or about all that the VLAN has.
 Report add(const Arguments &arguments)
 {
-    const Given given(arguments, "PORTS: use member ports, untagged PORTS or both, as in 0,1 untagged 1");
+    const Given given =
+        ports_given(arguments, "PORTS: use member ports, untagged PORTS or both, as in 0,1 untagged 1");
     const uint32_t members = to_port_set(given.members);
     const uint32_t untagged = to_port_set(given.untagged);
     std::string outcome = given.members.is_null() ? "" : name_set(given.members) + " added";
     if (!given.untagged.is_null())
         outcome += (outcome.empty() ? "" : ", ") + name_set(given.untagged) + " untagged";
-    const bool none_untagged = given.untagged.is_array() && untagged == 0;
-    const uint32_t tagged = !none_untagged ? 0 : given.members.is_null() ? ~0U : members;
+    const bool takes_mark = given.untagged.is_array() && untagged == 0;
+    const uint32_t tagged = !takes_mark ? 0 : given.members.is_null() ? ~0U : members;
     return change({arguments["VID"]}, outcome,
                   [&](uint16_t vid) {
-                      const std::string what = fmt::format("add ports to VLAN {}", vid);
-                      if (tagged != 0) {
-                          const VlanPorts present = vlan_ports(vid);
-                          set_vlan_ports(vid, {present.members | members, present.untagged & ~tagged});
-                      } else {
-                          check(eth_vlan_port_add(vid, members, untagged), what, meanings);
-                      }
+                      check(eth_vlan_port_add(vid, members, untagged),
+                            fmt::format("add ports to VLAN {}", vid), meanings);
+                      if (tagged == 0)
+                          return;
+                      const VlanPorts now = vlan_ports(vid);
+                      set_vlan_ports(vid, {now.members, now.untagged & ~tagged});
                   },
-                  {{"added_members", given.members.is_null() ? Json::array() : given.members},
-                   {"added_untagged", given.untagged.is_null() ? Json::array() : given.untagged}});
+                  {{"added_members", from_port_set(members)}, {"added_untagged", from_port_set(untagged)}});
 }
 
 Report set(const Arguments &arguments)
 {
-    const Given given(arguments, "PORTS: use the member ports, and untagged PORTS, as in 0,8 untagged 0");
+    const Given given =
+        ports_given(arguments, "PORTS: use the member ports, and untagged PORTS, as in 0,8 untagged 0");
     if (given.members.is_null())
         throw UsageError{"PORTS: the member ports are missing; use ports such as 0,8, all or none"};
     const VlanPorts wanted{to_port_set(given.members), to_port_set(given.untagged)};
     if ((wanted.untagged & ~wanted.members) != 0)
         throw UsageError{"PORTS: ports that send without a tag must be member ports, too"};
-    const Json state = {{"members", from_port_set(wanted.members)},
-                        {"untagged", from_port_set(wanted.untagged)}};
-    const auto listed = [&](const char *set) {
-        return state[set].empty() ? "none"
-                                  : fmt::format("{}", fmt::join(state[set].get<std::vector<int>>(), ","));
-    };
-    return change(
-        {arguments["VID"]}, fmt::format("members {}, untagged {}", listed("members"), listed("untagged")),
-        [&](uint16_t vid) { set_vlan_ports(vid, wanted); }, state);
+    return change({arguments["VID"]},
+                  fmt::format("{}, {} untagged", name_set(given.members), name_set(given.untagged)),
+                  [&](uint16_t vid) { set_vlan_ports(vid, wanted); },
+                  {{"members", given.members}, {"untagged", from_port_set(wanted.untagged)}});
 }
 
 Report remove(const Arguments &arguments)
