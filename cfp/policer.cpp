@@ -14,12 +14,12 @@ using namespace esw;
 
 // Class A: policer[0] is the bucket, policer[1] holds these.
 constexpr uint32_t full_bucket = 0xFFFFFF;
-constexpr uint32_t metered = 0x80000000;
+constexpr Field metered{31};
 constexpr Field bucket_shift{8, 4};
 
 // Class B: policer[0].
-constexpr Field color_mode{0, 1};
-constexpr Field policer_action{1, 1};
+constexpr Field color_mode{0};
+constexpr Field policer_action{1};
 constexpr Field rate_mode{3, 2};
 
 constexpr uint32_t largest_burst = 1023;
@@ -53,7 +53,8 @@ int32_t eth_cfp_util_rule_t_rate_set(eth_cfp_rule_t *rule, int32_t rate, int32_t
         return ETH_E_UNSUPPORTED;
     const uint32_t shift = static_cast<uint32_t>(cfp_ref_caps.size()) - 1 - floor_index(cfp_ref_caps, burst);
     rule->policer[0] = full_bucket >> shift;
-    rule->policer[1] = metered | shift << bucket_shift.low | floor_index(cfp_refresh_counts, rate);
+    rule->policer[1] = static_cast<uint32_t>(metered.mask()) | shift << bucket_shift.low |
+                       floor_index(cfp_refresh_counts, rate);
     return ETH_E_NONE;
 }
 

@@ -11,8 +11,7 @@
 
 #include "cfp/shared.h"
 #include "core/poll.h"
-#include "core/ports.h"
-#include "core/register.h"
+#include "core/setting.h"
 
 namespace {
 
@@ -21,20 +20,24 @@ using namespace esw;
 constexpr Register command{0xA0, 0x00, 32};
 constexpr Field slot_index{16, 16};
 constexpr Field ram_select{10, 5};
-constexpr uint32_t start = 0x01; // reads as set until the operation is done
-constexpr uint32_t read_slot = 0x02 | start;
-constexpr uint32_t write_slot = 0x04 | start;
-constexpr uint32_t clear_table = 0x10 | start;
+constexpr Field start{0}; // reads as set until the operation is done
+constexpr uint64_t read_slot = Field{1}.mask() | start.mask();
+constexpr uint64_t write_slot = Field{2}.mask() | start.mask();
+constexpr uint64_t clear_table = Field{4}.mask() | start.mask();
 constexpr unsigned reads_until_timeout = 101;
 
 constexpr Register policer_control{0xA0, 0x04, 32};
-constexpr uint32_t policers_in_use = 0x04; // class B
-constexpr Register enabled_ports{0xA1, 0x00, 16};
+constexpr Field policers_in_use{2}; // class B
+constexpr Setting enabled{
+    .place = Register(0xA1, 0x00, 16)[{0}],
+    .of_port = true,
+    .port_bits = 1,
+};
 
-constexpr uint32_t slot_in_use = 0x03;            // of data[0]
-constexpr uint32_t rate_mode = 0x18;              // of policer[0], class B
-constexpr uint32_t unused_rate_mode = rate_mode;  // mode 3
-constexpr uint32_t cleared_policer1 = 0x80000000; // of policer[1]
+constexpr Field slot_in_use{0, 2}; // of data[0]
+constexpr Field rate_mode{3, 2};   // of policer[0], class B
+constexpr uint32_t unused_rate_mode = 3;
+constexpr Field metered{31}; // of policer[1], class A
 
 constexpr uint8_t word_of(size_t byte_offset) { return static_cast<uint8_t>(byte_offset / sizeof(uint32_t)); }
 constexpr uint8_t first_data = word_of(offsetof(eth_cfp_rule_t, data));
@@ -110,18 +113,18 @@ void exchange(DeviceClass device, eth_cfp_rule_t &rule, Direction direction)
     }
 }
 
-int32_t ethHw_cfp_access_wait() { return poll(command, start, 0, reads_until_timeout); }
+int32_t ethHw_cfp_access_wait() { return poll(command[start], false, reads_until_timeout); }
 
-int32_t run(uint32_t operation)
+int32_t run(uint64_t operation)
 {
     write(command, operation);
     return ethHw_cfp_access_wait();
 }
 
-int32_t run_on_all_rams(DeviceClass device, uint32_t slot, uint32_t operation)
+int32_t run_on_all_rams(DeviceClass device, uint32_t slot, uint64_t operation)
 {
     for (const uint8_t ram : rams_of(device)) {
-        if (run(static_cast<uint32_t>(slot_index.put(slot) | ram_select.put(ram)) | operation) != ETH_E_NONE)
+        if (run(slot_index.put(slot) | ram_select.put(ram) | operation) != ETH_E_NONE)
             return ETH_E_TIMEOUT;
     }
     return ETH_E_NONE;
@@ -142,7 +145,7 @@ int32_t choose_free_slot(DeviceClass device)
         eth_cfp_rule_t rule;
         if (fetch(device, static_cast<uint32_t>(slot), rule) != ETH_E_NONE)
             return ETH_E_TIMEOUT;
-        if ((rule.data[0] & slot_in_use) == 0) {
+        if (!slot_in_use.get(rule.data[0])) {
             ethHw_cfp_last_idx_save(slot);
             return slot;
         }
@@ -165,7 +168,7 @@ void eth_cfp_rule_t_init(eth_cfp_rule_t *rule)
 {
     *rule = {};
     if (is_class_b())
-        rule->policer[0] = unused_rate_mode;
+        rule->policer[0] = static_cast<uint32_t>(rate_mode.put(unused_rate_mode));
 }
 
 int32_t eth_cfp_rule_get(uint32_t index, eth_cfp_rule_t *rule)
@@ -194,8 +197,8 @@ int32_t eth_cfp_rule_set(int32_t index, eth_cfp_rule_t rule)
     exchange(device, rule, Direction::to_switch);
     if (run_on_all_rams(device, static_cast<uint32_t>(index), write_slot) != ETH_E_NONE)
         return ETH_E_TIMEOUT;
-    if (device == DeviceClass::b && (rule.policer[0] & rate_mode) != unused_rate_mode)
-        set_bits(policer_control, policers_in_use);
+    if (device == DeviceClass::b && rate_mode.get(rule.policer[0]) != unused_rate_mode)
+        assign_flag(policer_control[policers_in_use], true);
     return index;
 }
 
@@ -203,24 +206,12 @@ int32_t eth_cfp_rule_clear(void)
 {
     eth_cfp_rule_t cleared;
     eth_cfp_rule_t_init(&cleared);
-    cleared.policer[1] = cleared_policer1;
+    cleared.policer[1] = static_cast<uint32_t>(metered.mask());
     for (int32_t slot = 0; slot <= last_cfp_slot; ++slot)
         eth_cfp_rule_set(slot, cleared);
     return run(clear_table);
 }
 
-int32_t eth_cfp_enable_set(uint32_t port, int32_t enable)
-{
-    if (!is_port(port))
-        return ETH_E_PORT;
-    assign_bits(enabled_ports, port_bit(port), enable);
-    return ETH_E_NONE;
-}
+int32_t eth_cfp_enable_set(uint32_t port, int32_t enable) { return set(port, enable, enabled); }
 
-int32_t eth_cfp_enable_get(uint32_t port, uint32_t *enabled)
-{
-    if (!is_port(port))
-        return ETH_E_PORT;
-    *enabled = (read32(enabled_ports) & port_bit(port)) != 0;
-    return ETH_E_NONE;
-}
+int32_t eth_cfp_enable_get(uint32_t port, uint32_t *on) { return get(port, on, enabled); }

@@ -3,10 +3,10 @@
 
 #include <esw/types.h>
 
-int32_t esw::poll(Register reg, uint32_t mask, uint32_t wanted, unsigned budget)
+int32_t esw::poll(Place flag, bool wanted, unsigned budget)
 {
     while (budget-- != 0) {
-        if ((read32(reg) & mask) == wanted)
+        if ((read_field(flag) != 0) == wanted)
             return ETH_E_NONE;
     }
     return ETH_E_TIMEOUT;

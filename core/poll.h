@@ -8,8 +8,8 @@
 
 namespace esw {
 
-// Reads reg back to back, without sleeping, until its bits under mask equal wanted. Gives up with
-// ETH_E_TIMEOUT after `budget` reads. A failed read counts as all ones.
-int32_t poll(Register reg, uint32_t mask, uint32_t wanted, unsigned budget);
+// Reads the register back to back, without sleeping, until its flag is as wanted. Gives up with ETH_E_TIMEOUT
+// after `budget` reads. A failed read counts as all ones.
+int32_t poll(Place flag, bool wanted, unsigned budget);
 
 } // namespace esw

@@ -14,12 +14,23 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "operands and requests are in native order");
 
-enum : uint8_t { width_of_read32 = 32, width_of_all_others = 64 };
+enum class Width : uint8_t { of_read32 = 32, of_all_others = 64 }; // in requests
 
-// All ones when the request fails. Out of line: its callers differ in constants only.
-[[gnu::noinline]] uint64_t read(Register reg, uint8_t request_width, const char *message)
+// The words of a request are its value, and below three bytes that name what is accessed.
+RegisterRequest request_for(Address reg, Width width, uint64_t value)
 {
-    RegisterRequest request{.width = request_width, .page = reg.page(), .offset = reg.offset()};
+    struct Words {
+        uint64_t value;
+        uint64_t target;
+    };
+    static_assert(offsetof(RegisterRequest, width) == sizeof(uint64_t));
+    return std::bit_cast<RegisterRequest>(
+        Words{value, static_cast<uint32_t>(reg) | static_cast<uint32_t>(width)});
+}
+
+uint64_t read(Address reg, Width width, const char *message)
+{
+    RegisterRequest request = request_for(reg, width, 0);
     if (transfer(request, request_read) == 0)
         return request.value;
     perror(message);
@@ -29,84 +40,93 @@ enum : uint8_t { width_of_read32 = 32, width_of_all_others = 64 };
 template <typename T>
 constexpr T merge(T old, T mask, T value)
 {
-    return static_cast<T>((old & ~mask) | (value & mask));
+    return (old & ~mask) | (value & mask);
 }
 
 } // namespace
 
-uint32_t read32(Register reg)
+uint32_t read32(Address reg)
 {
-    return static_cast<uint32_t>(read(reg, width_of_read32, "ESW: read32 error !\n"));
+    return static_cast<uint32_t>(read(reg, Width::of_read32, "ESW: read32 error !\n"));
 }
 
-uint64_t read64(Register reg) { return read(reg, width_of_all_others, "ESW: read error !\n"); }
+uint64_t read64(Address reg) { return read(reg, Width::of_all_others, "ESW: read error !\n"); }
 
-int32_t write(Register reg, uint64_t value)
+int32_t write(Address reg, uint64_t value)
 {
-    RegisterRequest request{
-        .value = value, .width = width_of_all_others, .page = reg.page(), .offset = reg.offset()};
+    RegisterRequest request = request_for(reg, Width::of_all_others, value);
     if (transfer(request, request_write) == 0)
         return ETH_E_NONE;
     perror("ESW: write error !\n");
     return ETH_E_FAIL;
 }
 
-int32_t set_bits(Register reg, uint64_t mask) { return write64_masked(reg, mask, mask); }
-
-int32_t clear_bits(Register reg, uint64_t mask) { return write64_masked(reg, mask, 0); }
-
-int32_t assign_bits(Register reg, uint64_t mask, bool on) { return write64_masked(reg, mask, on ? mask : 0); }
-
-int32_t write32_masked(Register reg, uint32_t mask, uint32_t value)
+int32_t write32_masked(Address reg, uint32_t mask, uint32_t value)
 {
     return write(reg, merge(read32(reg), mask, value));
 }
 
-int32_t write_field(Register reg, Field field, uint32_t value)
+uint32_t read_field(Place place) { return field_of(place).get(read32(register_of(place))); }
+
+int32_t write_field(Place place, uint32_t value)
 {
-    return write32_masked(reg, static_cast<uint32_t>(field.mask()), value << field.low);
+    const Field field = field_of(place);
+    return write32_masked(register_of(place), static_cast<uint32_t>(field.mask()), value << field.low);
 }
 
-int32_t write64_masked(Register reg, uint64_t mask, uint64_t value)
+int32_t write64_masked(Address reg, uint64_t mask, uint64_t value)
 {
     return write(reg, merge(read64(reg), mask, value));
 }
 
+int32_t set_bits(Address reg, uint64_t mask) { return write64_masked(reg, mask, mask); }
+
+int32_t clear_bits(Address reg, uint64_t mask) { return write64_masked(reg, mask, 0); }
+
+int32_t assign_bits(Address reg, uint64_t mask, bool on) { return write64_masked(reg, mask, on ? mask : 0); }
+
+int32_t assign_flag(Place place, bool on)
+{
+    return assign_bits(register_of(place), field_of(place).mask(), on);
+}
+
 } // namespace esw
+
+using esw::Register;
 
 uint32_t esw_reg_read32(uint8_t page, uint8_t offset, uint8_t width)
 {
-    return esw::read32({page, offset, width});
+    return esw::read32(Register(page, offset, width));
 }
 
 uint64_t esw_reg_read(uint8_t page, uint8_t offset, uint8_t width)
 {
-    return esw::read64({page, offset, width});
+    return esw::read64(Register(page, offset, width));
 }
 
 int32_t esw_reg_write(uint8_t page, uint8_t offset, uint8_t width, uint64_t value)
 {
-    return esw::write({page, offset, width}, value);
+    return esw::write(Register(page, offset, width), value);
 }
 
 int32_t esw_reg_mask_set(uint8_t page, uint8_t offset, uint8_t width, uint64_t mask)
 {
-    return esw::set_bits({page, offset, width}, mask);
+    return esw::set_bits(Register(page, offset, width), mask);
 }
 
 int32_t esw_reg_mask_clear(uint8_t page, uint8_t offset, uint8_t width, uint64_t mask)
 {
-    return esw::clear_bits({page, offset, width}, mask);
+    return esw::clear_bits(Register(page, offset, width), mask);
 }
 
 int32_t esw_reg_write32_masked(uint8_t page, uint8_t offset, uint8_t width, uint32_t mask, uint32_t value)
 {
-    return esw::write32_masked({page, offset, width}, mask, value);
+    return esw::write32_masked(Register(page, offset, width), mask, value);
 }
 
 int32_t esw_reg_write64_masked(uint8_t page, uint8_t offset, uint8_t width, uint64_t mask, uint64_t value)
 {
-    return esw::write64_masked({page, offset, width}, mask, value);
+    return esw::write64_masked(Register(page, offset, width), mask, value);
 }
 
 int32_t esw_reg_write_masked(uint8_t page, uint8_t offset, uint8_t width, const void *mask, const void *value)
@@ -117,7 +137,7 @@ int32_t esw_reg_write_masked(uint8_t page, uint8_t offset, uint8_t width, const 
     uint64_t value_bits = 0;
     memcpy(&mask_bits, mask, bytes); // little-endian: the operand is the low end
     memcpy(&value_bits, value, bytes);
-    const esw::Register reg{page, offset, width};
     const uint64_t kept = narrow ? ~(~uint64_t{0} << width) : ~uint64_t{0};
+    const Register reg(page, offset, width);
     return esw::write(reg, esw::merge(esw::read64(reg), mask_bits, value_bits) & kept);
 }

@@ -10,7 +10,7 @@ namespace esw {
 namespace {
 
 constexpr Register layer_selector{0x30, 0x00, 8}; // class A only
-constexpr uint32_t layer_selector_on = 0x80;
+constexpr Field layer_selector_on{7};
 constexpr Field layer{2, 2};
 
 void build(RefreshCounts &counts)
@@ -51,10 +51,10 @@ int32_t eth_cosq_ip_mac_layer_set(int32_t mode)
 {
     if (!is_class_a())
         return ETH_E_UNAVAIL;
-    set_bits(layer_selector, layer_selector_on);
+    assign_flag(layer_selector[layer_selector_on], true);
     if (mode < 0 || mode > 3)
         return ETH_E_UNAVAIL;
-    write_field(layer_selector, layer, static_cast<uint32_t>(mode));
+    write_field(layer_selector[layer], static_cast<uint32_t>(mode));
     return ETH_E_NONE;
 }
 
@@ -62,6 +62,6 @@ int32_t eth_cosq_ip_mac_layer_get(uint32_t *mode)
 {
     if (!is_class_a())
         return ETH_E_UNAVAIL;
-    *mode = layer.get(read32(layer_selector));
+    *mode = read_field(layer_selector[layer]);
     return ETH_E_NONE;
 }

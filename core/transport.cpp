@@ -27,9 +27,11 @@ void readdress_requests_to(const char *ifname) { copy_interface_name(process_blo
 // Each request goes out in a block of its own: two threads can't take each other's register request.
 int32_t transfer(RegisterRequest &request, unsigned long number)
 {
+    if (gFd > 0)
+        return ioctl(gFd, number, &request);
     RequestBlock block = process_block;
     block.data = &request;
-    return esw_send_ioctl(&block, number, gFd <= 0);
+    return ioctl(gSocket, number, &block);
 }
 
 } // namespace esw

@@ -8,7 +8,7 @@
 #include "core/mac.h"
 #include "core/poll.h"
 #include "core/ports.h"
-#include "core/register.h"
+#include "core/setting.h"
 #include "l2/entry.h"
 
 static_assert(sizeof(eth_l2_addr_t) == 52);
@@ -19,9 +19,10 @@ namespace {
 using namespace esw;
 
 constexpr Register access_control{0x05, 0x00, 8};
-constexpr uint64_t read_bucket = 0x81;
-constexpr uint64_t write_bucket = 0x80;
-constexpr uint32_t access_busy = 0x80;
+constexpr Field access_busy{7}; // starts the access
+constexpr Field access_is_read{0};
+constexpr uint64_t write_bucket = access_busy.mask();
+constexpr uint64_t read_bucket = access_busy.mask() | access_is_read.mask();
 constexpr unsigned access_budget = 101;
 
 // The VID index begins behind 48 bits of the MAC index, which is written as 64: the MAC goes first.
@@ -34,8 +35,15 @@ constexpr unsigned bin_distance = 0x10;
 constexpr int32_t bins = 4;
 constexpr int32_t no_bin = -1;
 
-constexpr Register bin_full_counter{0x04, 0x70, 32};
+constexpr Setting bin_full_counter{
+    .place = Register(0x04, 0x70, 32)[{0, 32}],
+    .kind = Kind::whole,
+};
 constexpr Register bin_full_forward{0x04, 0x74, 16};
+constexpr Setting bin_full_forwarding{
+    .place = bin_full_forward[{0, 32}],
+    .kind = Kind::whole,
+};
 
 Register of_bin(Register first, int32_t bin) { return first.at(static_cast<unsigned>(bin) * bin_distance); }
 
@@ -43,10 +51,11 @@ uint64_t key_of(const eth_l2_addr_t &addr) { return pack_mac(addr.mac) | uint64_
 
 uint32_t data_of(const eth_l2_addr_t &addr)
 {
-    return addr.port | entry_written | addr.tc << entry_tc.low | (addr.flags & l2_flags) << flags_low;
+    return addr.port | static_cast<uint32_t>(entry_written.mask()) | addr.tc << entry_tc.low |
+           (addr.flags & l2_flags) << flags_low;
 }
 
-int32_t ethHw_arl_access_wait() { return poll(access_control, access_busy, 0, access_budget); }
+int32_t ethHw_arl_access_wait() { return poll(access_control[access_busy], false, access_budget); }
 
 // Runs a command on the bucket that the key selects.
 int32_t access_bucket(uint64_t command, uint64_t key)
@@ -58,14 +67,14 @@ int32_t access_bucket(uint64_t command, uint64_t key)
 }
 
 // The first bin that is free or holds the key; else the highest dynamic one.
-int32_t choose_bin(uint64_t key)
+int32_t choose_bin(uint64_t key) ESW_REQUIRES(switch_mutex)
 {
     int32_t dynamic = no_bin;
     for (int32_t bin = 0; bin < bins; ++bin) {
         const uint32_t data = read32(of_bin(bin_data, bin));
-        if ((data & entry_static) == 0)
+        if (!entry_static.get(data))
             dynamic = bin;
-        if ((data & entry_valid) == 0 || read64(of_bin(bin_key, bin)) == key)
+        if (!entry_valid.get(data) || read64(of_bin(bin_key, bin)) == key)
             return bin;
     }
     return dynamic;
@@ -117,7 +126,7 @@ int32_t eth_arl_entry_bin_check(const eth_l2_addr_t *probe, const eth_l2_addr_t 
     if (access_bucket(read_bucket, entry_key) != ETH_E_NONE)
         return ETH_E_TIMEOUT;
     for (int32_t candidate = 0; candidate < bins; ++candidate) {
-        if ((read32(of_bin(bin_data, candidate)) & entry_valid) == 0)
+        if (!entry_valid.get(read32(of_bin(bin_data, candidate))))
             continue;
         const uint64_t key = read64(of_bin(bin_key, candidate));
         if (key == entry_key)
@@ -128,16 +137,8 @@ int32_t eth_arl_entry_bin_check(const eth_l2_addr_t *probe, const eth_l2_addr_t 
     return ETH_E_NONE;
 }
 
-int32_t eth_arl_bin_full_counter_get(uint32_t *count)
-{
-    *count = read32(bin_full_counter);
-    return ETH_E_NONE;
-}
+int32_t eth_arl_bin_full_counter_get(uint32_t *count) { return get(count, bin_full_counter); }
 
-int32_t eth_arl_bin_full_fwd_get(uint32_t *value)
-{
-    *value = read32(bin_full_forward);
-    return ETH_E_NONE;
-}
+int32_t eth_arl_bin_full_fwd_get(uint32_t *value) { return get(value, bin_full_forwarding); }
 
 int32_t eth_arl_bin_full_fwd_set(int32_t enable) { return write(bin_full_forward, enable != 0); }

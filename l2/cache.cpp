@@ -21,8 +21,8 @@ constexpr Register slot_data{0x04, 0x18, 32};
 constexpr unsigned slot_distance = 0x10;
 
 // A slot is in use when either of its bits is set; a set writes the upper one only.
-constexpr uint32_t valid_bits(uint32_t slot) { return 3U << 2 * slot; }
-constexpr uint32_t valid_bit_written(uint32_t slot) { return 2U << 2 * slot; }
+constexpr Field valid_bits(uint32_t slot) { return Field{0, 2}.up(2 * slot); }
+constexpr Field valid_bit_written(uint32_t slot) { return Field{1}.up(2 * slot); }
 
 void write_slot(uint32_t slot, uint64_t key, uint32_t data)
 {
@@ -34,7 +34,7 @@ uint32_t first_free_slot()
 {
     const uint32_t valid = read32(slots_valid);
     uint32_t slot = 0;
-    while (slot < slots && (valid & valid_bits(slot)) != 0)
+    while (slot < slots && valid_bits(slot).get(valid) != 0)
         ++slot;
     return slot;
 }
@@ -48,7 +48,7 @@ int32_t eth_l2_cache_size_get(uint32_t *count)
     const uint32_t valid = read32(slots_valid);
     *count = 0;
     for (uint32_t slot = 0; slot < slots; ++slot)
-        *count += (valid & valid_bits(slot)) != 0;
+        *count += valid_bits(slot).get(valid) != 0;
     return ETH_E_NONE;
 }
 
@@ -62,7 +62,7 @@ int32_t eth_l2_cache_set(int32_t slot, const eth_l2_cache_addr_t *entry, int32_t
         return ETH_E_FULL;
     }
     *slot_out = static_cast<int32_t>(chosen);
-    set_bits(slots_valid, valid_bit_written(chosen));
+    assign_flag(slots_valid[valid_bit_written(chosen)], true);
     write_slot(chosen, pack_mac(entry->mac), entry->data);
     return ETH_E_NONE;
 }
@@ -71,7 +71,7 @@ int32_t eth_l2_cache_get(uint32_t slot, eth_l2_cache_addr_t *entry)
 {
     if (slot >= slots)
         return ETH_E_PARAM;
-    if ((read32(slots_valid) & valid_bits(slot)) == 0)
+    if (read_field(slots_valid[valid_bits(slot)]) == 0)
         return ETH_E_EMPTY;
     unpack_mac(read64(slot_key.at(slot * slot_distance)), entry->mac);
     entry->data = read32(slot_data.at(slot * slot_distance));
@@ -82,7 +82,7 @@ int32_t eth_l2_cache_delete(uint32_t slot)
 {
     if (slot >= slots)
         return ETH_E_PARAM;
-    clear_bits(slots_valid, valid_bits(slot));
+    assign_flag(slots_valid[valid_bits(slot)], false);
     write_slot(slot, 0, 0);
     return ETH_E_NONE;
 }

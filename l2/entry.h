@@ -15,14 +15,14 @@ constexpr uint64_t mac_bits = (uint64_t{1} << vid_low) - 1;
 
 constexpr Field entry_port{0, 9}; // a port number, or a port set for a multicast address
 constexpr Field entry_tc{11, 3};
-constexpr uint32_t entry_written = 0x4000; // set in every entry that is added
-constexpr uint32_t entry_static = 0x8000;
-constexpr uint32_t entry_valid = 0x10000;
+constexpr Field entry_written{14}; // set in every entry that is added
+constexpr Field entry_static{15};
+constexpr Field entry_valid{16};
 
 // The flags of a record stand in the same order in the data word.
 constexpr unsigned flags_low = 10;
 constexpr uint32_t l2_flags = ETH_L2_STATIC | ETH_L2_VALID;
-static_assert(l2_flags << flags_low == (entry_static | entry_valid));
-static_assert(ETH_L2_STATIC << flags_low == entry_static);
+static_assert(ETH_L2_STATIC << flags_low == entry_static.mask());
+static_assert(ETH_L2_VALID << flags_low == entry_valid.mask());
 
 } // namespace esw

@@ -1,28 +1,27 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include <esw/l2.h>
 
-#include "core/lock.h"
+#include "core/locked_register.h"
 #include "core/mac.h"
 #include "core/poll.h"
-#include "core/register.h"
 #include "l2/entry.h"
 
 namespace {
 
 using namespace esw;
 
-constexpr Register search_control{0x05, 0x50, 8};
-constexpr uint32_t search_start = 0x80;
-constexpr uint32_t search_ready = 0x01;
+constexpr LockedRegister search_control{0x05, 0x50, 8};
+constexpr Field search_start{7};
+constexpr Field search_ready{0};
 constexpr unsigned search_budget = 101;
 
-constexpr Register result_key{0x05, 0x60, 64}; // of result 0
-constexpr Register result_data{0x05, 0x68, 32};
+constexpr LockedRegister result_key{0x05, 0x60, 64}; // of result 0
+constexpr LockedRegister result_data{0x05, 0x68, 32};
 constexpr unsigned result_distance = 0x10;
 
 void decode(eth_l2_addr_t &addr, uint64_t key, uint32_t data)
 {
-    if ((data & entry_valid) == 0) {
+    if (!entry_valid.get(data)) {
         addr = {};
         return;
     }
@@ -44,14 +43,14 @@ void take_result(unsigned number, eth_l2_addr_t &addr) ESW_REQUIRES(switch_mutex
 int32_t eth_l2_search_start(void)
 {
     const SwitchLock lock;
-    set_bits(search_control, search_start);
+    assign_flag(search_control[search_start], true);
     return ETH_E_NONE;
 }
 
 int32_t eth_l2_search_next(eth_l2_addr_t *first, eth_l2_addr_t *second)
 {
     const SwitchLock lock;
-    const int32_t result = poll(search_control, search_ready, search_ready, search_budget);
+    const int32_t result = poll(search_control[search_ready], true, search_budget);
     if (result == ETH_E_NONE) {
         take_result(0, *first);
         take_result(1, *second);

@@ -7,37 +7,44 @@
 #include <esw/port.h>
 
 #include "core/device.h"
-#include "core/lock.h"
+#include "core/locked_register.h"
 #include "core/ports.h"
-#include "core/register.h"
+#include "core/setting.h"
 
 namespace {
 
 using namespace esw;
 
-// One bit a port, but two for the speed.
-constexpr Register link_status{0x01, 0x00, 16};
-constexpr Register link_change{0x01, 0x02, 16};
-constexpr Register speed_status{0x01, 0x04, 32};
-constexpr Register duplex_status{0x01, 0x08, 16};
-constexpr Register pause_status{0x01, 0x0A, 32};
+constexpr Setting link_status{
+    .place = Register(0x01, 0x00, 16)[{0}],
+    .of_port = true,
+    .locked = true,
+    .preset = true,
+    .port_bits = 1,
+};
+constexpr Setting speed_status{
+    .place = Register(0x01, 0x04, 32)[{0, 2}],
+    .of_port = true,
+    .locked = true,
+    .preset = true,
+    .port_bits = 2,
+};
+constexpr Setting duplex_status{
+    .place = Register(0x01, 0x08, 16)[{0}],
+    .of_port = true,
+    .locked = true,
+    .preset = true,
+    .port_bits = 1,
+};
+
+constexpr LockedRegister link_change{0x01, 0x02, 16};
+constexpr LockedRegister pause_status{0x01, 0x0A, 32};
 constexpr uint32_t second_pause_bit = 9; // so far above the first
 
 constexpr int16_t speeds[1 << 2] = {10, 100, 1000, 1000}; // Mb/s
 
 // A read of the change register clears it: what it told of other ports waits here until they are asked about.
 uint16_t untold_changes ESW_GUARDED_BY(switch_mutex);
-
-// `reg` holds `bits` bits for each port.
-int32_t get_port_bits(Register reg, uint32_t bits, uint32_t port, int32_t *value)
-{
-    *value = -1;
-    if (!is_port(port))
-        return ETH_E_PORT;
-    const SwitchLock lock;
-    *value = static_cast<int32_t>(read32(reg) >> bits * port & ((1U << bits) - 1));
-    return ETH_E_NONE;
-}
 
 struct Change {
     uint16_t cleared;
@@ -70,10 +77,7 @@ constexpr SpeedSetting speed_settings[] = {
 
 } // namespace
 
-int32_t eth_port_link_status_get(uint32_t port, int32_t *link)
-{
-    return get_port_bits(link_status, 1, port, link);
-}
+int32_t eth_port_link_status_get(uint32_t port, int32_t *link) { return get(port, link, link_status); }
 
 int32_t eth_port_link_status_change_get(uint32_t port, int32_t *changed)
 {
@@ -89,16 +93,13 @@ int32_t eth_port_link_status_change_get(uint32_t port, int32_t *changed)
 
 int32_t eth_port_speed_get(uint32_t port, int32_t *speed)
 {
-    const int32_t result = get_port_bits(speed_status, 2, port, speed);
+    const int32_t result = get(port, speed, speed_status);
     if (result == ETH_E_NONE)
         *speed = speeds[*speed];
     return result;
 }
 
-int32_t eth_port_duplex_get(uint32_t port, int32_t *duplex)
-{
-    return get_port_bits(duplex_status, 1, port, duplex);
-}
+int32_t eth_port_duplex_get(uint32_t port, int32_t *duplex) { return get(port, duplex, duplex_status); }
 
 int32_t eth_port_pause_get(uint32_t port, int32_t *pause_low, int32_t *pause_high)
 {
@@ -107,8 +108,8 @@ int32_t eth_port_pause_get(uint32_t port, int32_t *pause_low, int32_t *pause_hig
     if (!is_port(port))
         return ETH_E_PORT;
     const SwitchLock lock;
-    *pause_low = (read32(pause_status) & port_bit(port)) != 0;
-    *pause_high = (read32(pause_status) & port_bit(port + second_pause_bit)) != 0;
+    *pause_low = static_cast<int32_t>(read_field(pause_status[port_flag(port)]));
+    *pause_high = static_cast<int32_t>(read_field(pause_status[port_flag(port + second_pause_bit)]));
     return ETH_E_NONE;
 }
 

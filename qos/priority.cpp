@@ -3,22 +3,32 @@
 
 #include "core/lock.h"
 #include "core/ports.h"
+#include "core/setting.h"
 #include "qos/registers.h"
 
 namespace {
 
 using namespace esw;
 
-constexpr Register remap_control{0x91, 0x00, 32};
-constexpr uint64_t remapping(uint32_t port) { return uint64_t{port_bit(port)} << 16; }
+constexpr Setting remapping{
+    .place = Register(0x91, 0x00, 32)[{16}],
+    .of_port = true,
+    .locked = true,
+    .port_bits = 1,
+};
 
-// One field per incoming priority.
-constexpr Register remap(uint32_t port)
-{
-    constexpr Register of_port_0{0x91, 0x10, 64};
-    return of_port_0.at(8 * port);
-}
-constexpr Field new_priority(uint32_t priority) { return Field{0, 4}.up(4 * priority); }
+// By incoming priority.
+constexpr Setting new_priority{
+    .place = Register(0x91, 0x10, 64)[{0, 4}],
+    .kind = Kind::wide_number,
+    .of_port = true,
+    .locked = true,
+    .preset = true,
+    .port_offsets = 8,
+    .index_bits = 4,
+    .last_index = last_priority,
+    .last_value = last_priority,
+};
 
 } // namespace
 
@@ -30,44 +40,19 @@ int32_t eth_prio_init(void)
     return ETH_E_NONE;
 }
 
-int32_t eth_prio_remap_enable_set(uint32_t port, int32_t enable)
-{
-    if (!is_port(port))
-        return ETH_E_PORT;
-    const SwitchLock lock;
-    assign_bits(remap_control, remapping(port), enable);
-    return ETH_E_NONE;
-}
+int32_t eth_prio_remap_enable_set(uint32_t port, int32_t enable) { return set(port, enable, remapping); }
 
-int32_t eth_prio_remap_enable_get(uint32_t port, uint32_t *value)
-{
-    if (!is_port(port))
-        return ETH_E_PORT;
-    const SwitchLock lock;
-    *value = (read32(remap_control) & remapping(port)) != 0;
-    return ETH_E_NONE;
-}
+int32_t eth_prio_remap_enable_get(uint32_t port, uint32_t *value) { return get(port, value, remapping); }
 
 int32_t eth_prio_remap_set(uint32_t port, uint8_t prio, uint8_t new_prio)
 {
-    if (!is_port(port))
-        return ETH_E_PORT;
-    if (prio > last_priority || new_prio > last_priority)
-        return ETH_E_PARAM;
-    const SwitchLock lock;
-    const Field field = new_priority(prio);
-    write64_masked(remap(port), field.mask(), field.put(new_prio));
-    return ETH_E_NONE;
+    return set(port, prio, new_prio, new_priority);
 }
 
 int32_t eth_prio_remap_get(uint32_t port, uint8_t prio, uint8_t *new_prio)
 {
-    *new_prio = 0xFF;
-    if (!is_port(port))
-        return ETH_E_PORT;
-    if (prio > last_priority)
-        return ETH_E_PARAM;
-    const SwitchLock lock;
-    *new_prio = static_cast<uint8_t>(new_priority(prio).get(read64(remap(port))));
-    return ETH_E_NONE;
+    uint32_t value = 0;
+    const int32_t result = get(port, prio, &value, new_priority);
+    *new_prio = static_cast<uint8_t>(value);
+    return result;
 }

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include <algorithm>
-
 #include <esw/qos.h>
 
 #include "core/device.h"
 #include "core/lock.h"
 #include "core/ports.h"
+#include "core/setting.h"
 #include "qos/registers.h"
 
 namespace {
@@ -14,7 +13,6 @@ using namespace esw;
 
 constexpr uint32_t every_port = 0xFFFFFFFF; // how the DSCP calls name the one map that all ports share
 constexpr uint32_t last_dscp = 63;
-constexpr uint32_t by_dscp = 2; // classification mode; 0: not by DSCP
 
 // Sixteen classes to a register; 48 bits apart.
 Register dscp_map(uint32_t dscp)
@@ -25,15 +23,55 @@ Register dscp_map(uint32_t dscp)
 }
 constexpr Field class_of_dscp(uint32_t dscp) { return Field{0, 3}.up(3 * (dscp % 16)); }
 
-constexpr Register class_sources{0x30, 0x50, 16}; // of port 0; the others 2 offsets each further on
-constexpr Field class_source(uint32_t index) { return Field{0, 2}.up(2 * index); }
+constexpr Setting by_dscp{
+    .place = dscp_ports[{0}],
+    .of_port = true,
+    .preset = true,
+    .port_bits = 1,
+};
+constexpr uint32_t by_dscp_mode = 2; // 0: not by DSCP
 
-constexpr Register class_queues{0x30, 0x70, 32}; // of port 0; the others 4 offsets each further on
-constexpr Field class_queue(uint32_t tc) { return Field{0, 3}.up(3 * tc); }
-constexpr uint32_t class_drops(uint32_t tc) { return uint32_t{1} << (24 + tc); }
+constexpr Setting class_source{
+    .place = Register(0x30, 0x50, 16)[{0, 2}],
+    .kind = Kind::number,
+    .only_on = DeviceClass::b,
+    .of_port = true,
+    .port_offsets = 2,
+    .index_bits = 2,
+    .last_index = last_priority,
+};
 
-constexpr Register default_classes{0x30, 0x48, 32};
-constexpr Field default_class(uint32_t port) { return Field{0, 3}.up(3 * port); }
+// By traffic class.
+constexpr Register class_queues{0x30, 0x70, 32};
+constexpr Setting class_queue{
+    .place = class_queues[{0, 3}],
+    .kind = Kind::number,
+    .only_on = DeviceClass::b,
+    .of_port = true,
+    .locked = true,
+    .port_offsets = 4,
+    .index_bits = 3,
+    .last_index = last_priority,
+    .last_value = last_priority,
+};
+constexpr Setting class_drops{
+    .place = class_queues[{24}],
+    .only_on = DeviceClass::b,
+    .of_port = true,
+    .locked = true,
+    .port_offsets = 4,
+    .index_bits = 1,
+    .last_index = last_priority,
+};
+
+constexpr Setting default_class{
+    .place = Register(0x30, 0x48, 32)[{0, 3}],
+    .kind = Kind::number,
+    .only_on = DeviceClass::b,
+    .of_port = true,
+    .port_bits = 3,
+    .last_value = last_priority,
+};
 
 constexpr Register port_scheduler{0x46, 0x00, 8}; // of port 0; the others follow
 constexpr Field scheduling{0, 3};
@@ -48,14 +86,11 @@ constexpr int32_t largest_weight = 256; // held as 0: a weight has 8 bits
 
 constexpr uint32_t no_mode = 0xFF;
 
-// What the calls for class B check, in this order.
-int32_t check_class_b(uint32_t port, uint32_t index = 0, uint32_t value = 0)
+int32_t check_class_b(uint32_t port)
 {
     if (!is_class_b())
         return ETH_E_UNAVAIL;
-    if (!is_port(port))
-        return ETH_E_PORT;
-    return std::max(index, value) > last_priority ? ETH_E_PARAM : ETH_E_NONE;
+    return is_port(port) ? ETH_E_NONE : ETH_E_PORT;
 }
 
 int32_t check_dscp(uint32_t port, int32_t dscp, uint32_t tc = 0)
@@ -73,10 +108,10 @@ bool set_scheduling(Register reg, uint32_t mode) ESW_REQUIRES(switch_mutex)
         write(reg, read64(reg) & not_scheduling);
         return true;
     case 3:
-        write_field(reg, scheduling_and_flag, in_modes_3_and_7 | flag);
+        write_field(reg[scheduling_and_flag], in_modes_3_and_7 | flag);
         return true;
     case 7:
-        write_field(reg, scheduling_and_flag, in_modes_3_and_7);
+        write_field(reg[scheduling_and_flag], in_modes_3_and_7);
         return true;
     default:
         return false;
@@ -138,71 +173,47 @@ int32_t eth_cosq_port_dscp2tc_mode_set(uint32_t port, uint32_t mode)
 {
     if (!is_port(port))
         return ETH_E_PORT;
-    if (mode != 0 && mode != by_dscp)
+    if (mode != 0 && mode != by_dscp_mode)
         return ETH_E_PARAM;
-    assign_bits(dscp_ports, port_bit(port), mode == by_dscp);
-    return ETH_E_NONE;
+    return set(port, mode, by_dscp);
 }
 
 int32_t eth_cosq_port_dscp2tc_mode_get(uint32_t port, uint32_t *mode)
 {
-    *mode = 0xFFFFFFFF;
-    if (!is_port(port))
-        return ETH_E_PORT;
-    *mode = (read32(dscp_ports) & port_bit(port)) != 0 ? by_dscp : 0;
-    return ETH_E_NONE;
+    const int32_t result = get(port, mode, by_dscp);
+    if (result == ETH_E_NONE)
+        *mode *= by_dscp_mode;
+    return result;
 }
 
 int32_t eth_cosq_port_tc_src_set(uint32_t port, uint32_t index, uint32_t value)
 {
-    if (const int32_t error = check_class_b(port, index))
-        return error;
-    write_field(class_sources.at(2 * port), class_source(index), value);
-    return ETH_E_NONE;
+    return set(port, index, value, class_source);
 }
 
 int32_t eth_cosq_port_tc_src_get(uint32_t port, uint32_t index, uint32_t *value)
 {
-    if (const int32_t error = check_class_b(port, index))
-        return error;
-    *value = class_source(index).get(read32(class_sources.at(2 * port)));
-    return ETH_E_NONE;
+    return get(port, index, value, class_source);
 }
 
 int32_t eth_cosq_port_mapping_set(uint32_t port, uint32_t tc, uint32_t queue)
 {
-    if (const int32_t error = check_class_b(port, tc, queue))
-        return error;
-    const SwitchLock lock;
-    write_field(class_queues.at(4 * port), class_queue(tc), queue);
-    return ETH_E_NONE;
+    return set(port, tc, queue, class_queue);
 }
 
 int32_t eth_cosq_port_mapping_get(uint32_t port, uint32_t tc, uint32_t *queue)
 {
-    if (const int32_t error = check_class_b(port, tc))
-        return error;
-    const SwitchLock lock;
-    *queue = class_queue(tc).get(read32(class_queues.at(4 * port)));
-    return ETH_E_NONE;
+    return get(port, tc, queue, class_queue);
 }
 
 int32_t eth_cosq_port_mapping_tc_drop_set(uint32_t port, uint32_t tc, int32_t enable)
 {
-    if (const int32_t error = check_class_b(port, tc))
-        return error;
-    const SwitchLock lock;
-    assign_bits(class_queues.at(4 * port), class_drops(tc), enable);
-    return ETH_E_NONE;
+    return set(port, tc, static_cast<uint32_t>(enable), class_drops);
 }
 
 int32_t eth_cosq_port_mapping_tc_drop_get(uint32_t port, uint32_t tc, uint32_t *value)
 {
-    if (const int32_t error = check_class_b(port, tc))
-        return error;
-    const SwitchLock lock;
-    *value = (read32(class_queues.at(4 * port)) & class_drops(tc)) != 0;
-    return ETH_E_NONE;
+    return get(port, tc, value, class_drops);
 }
 
 int32_t eth_cosq_port_sched_set(uint32_t port, uint32_t mode, const int32_t weights[8])
@@ -232,18 +243,6 @@ int32_t eth_cosq_port_sched_get(uint32_t port, uint32_t *mode, int32_t weights[8
     return ETH_E_NONE;
 }
 
-int32_t eth_cosq_port2tc_set(uint32_t port, uint32_t tc)
-{
-    if (const int32_t error = check_class_b(port, tc))
-        return error;
-    write_field(default_classes, default_class(port), tc);
-    return ETH_E_NONE;
-}
+int32_t eth_cosq_port2tc_set(uint32_t port, uint32_t tc) { return set(port, tc, default_class); }
 
-int32_t eth_cosq_port2tc_get(uint32_t port, uint32_t *tc)
-{
-    if (const int32_t error = check_class_b(port))
-        return error;
-    *tc = default_class(port).get(read32(default_classes));
-    return ETH_E_NONE;
-}
+int32_t eth_cosq_port2tc_get(uint32_t port, uint32_t *tc) { return get(port, tc, default_class); }

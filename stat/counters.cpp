@@ -6,15 +6,14 @@
 
 #include "core/device.h"
 #include "core/lock.h"
+#include "core/management.h"
 #include "core/ports.h"
-#include "core/register.h"
 
 namespace {
 
 using namespace esw;
 
-constexpr Register cpu_port_control{0x02, 0x00, 8};
-constexpr uint64_t counter_reset = 0x01; // of all ports
+constexpr Field counter_reset{0}; // of all ports
 
 constexpr uint8_t mib_page = 0x20; // of port 0; the page of port N is N further on
 constexpr bool has_64_bits(uint8_t offset) { return offset == 0x00 || offset == 0x50 || offset == 0x88; }
@@ -25,8 +24,6 @@ struct Counter {
     std::array<uint8_t, 5> offsets;
     bool class_b_only = false;
 };
-
-constexpr bool class_b_only = true;
 
 // Numbers that appear in none of these tables are not available.
 // clang-format off
@@ -58,8 +55,8 @@ constexpr Counter composite_counters[] = {
     { 90, {0x3C}}, { 91, {0x40}}, { 92, {0x44}}, { 93, {0x48}}, { 94, {0x4C}},
     { 95, {0x10}}, { 96, {0x14}}, { 97, {0x34}}, { 98, {0xC4}}, { 99, {0xC8}},
     {100, {0xCC}}, {101, {0xD0}}, {102, {0xD4}},
-    {103, {0xC8}, class_b_only},
-    {104, {0xCC}, class_b_only},
+    {.number = 103, .offsets = {0xC8}, .class_b_only = true},
+    {.number = 104, .offsets = {0xCC}, .class_b_only = true},
 };
 // clang-format on
 
@@ -74,60 +71,42 @@ constexpr struct {
     {137, 0x88, 0x88}, {138, 0x90, 0xB4}, {148, 0xC0, 0xD4},
 };
 
-// The tables in a byte a counter. Offsets are multiples of 4: the low bits tell what the byte is.
-enum : uint8_t {
-    single = 0,    // an offset
-    sum = 1,       // 4 times the index of the first offset among the sums
-    class_b = 2,   // an offset, on class B only
-    no_number = 3, // no register
-    kind_bits = 3,
-
-    unavailable = no_number,
-    always_zero = no_number | 4,
-
-    more = 1, // among the sums: another offset follows
+// One counter, as it is found by its number.
+struct Sum {
+    bool available = false;
+    bool class_b_only = false;
+    uint8_t registers = 0; // none: always zero
+    std::array<uint8_t, 5> offsets{};
 };
 
-struct Packed {
-    std::array<uint8_t, ETH_STAT_LAST + 1> counters{};
-    std::array<uint8_t, 24> sums{};
-};
-
-constexpr Packed packed = [] {
-    Packed to;
-    size_t used = 0;
-    to.counters.fill(unavailable);
+constexpr auto sums = [] {
+    std::array<Sum, ETH_STAT_LAST + 1> all{};
     for (const Counter &counter : composite_counters) {
-        const auto &offsets = counter.offsets;
-        uint8_t &byte = to.counters[counter.number];
-        if (offsets[1] == 0) {
-            byte = static_cast<uint8_t>(offsets[0] | (counter.class_b_only ? class_b : single));
-            continue;
-        }
-        byte = static_cast<uint8_t>(used << 2 | sum);
-        for (size_t i = 0; i < offsets.size() && offsets[i] != 0; ++i)
-            to.sums[used++] = offsets[i] | more;
-        to.sums[used - 1] = static_cast<uint8_t>(to.sums[used - 1] & ~more);
+        uint8_t registers = 1;
+        while (registers < counter.offsets.size() && counter.offsets[registers] != 0)
+            ++registers;
+        all[counter.number] = {.available = true,
+                               .class_b_only = counter.class_b_only,
+                               .registers = registers,
+                               .offsets = counter.offsets};
     }
     for (const uint8_t number : zero_counters)
-        to.counters[number] = always_zero;
+        all[number].available = true;
     for (const auto &run : raw_counters) {
-        for (unsigned offset = run.first_offset; offset <= run.last_offset; offset += 4)
-            to.counters[run.number + (offset - run.first_offset) / 4] = static_cast<uint8_t>(offset);
+        for (uint8_t offset = run.first_offset, number = run.number; offset <= run.last_offset; offset += 4)
+            all[number++] = {.available = true, .registers = 1, .offsets = {offset}};
     }
-    return to;
+    return all;
 }();
 
-// The registers of a single offset or of a sum.
-uint64_t read_registers(Register page, const uint8_t *at)
+// A register of 64 bits stands alone.
+uint64_t read_sum(Register page, const Sum &sum)
 {
-    const auto offset = static_cast<uint8_t>(*at & ~kind_bits);
-    if (has_64_bits(offset))
-        return read64(page.at(offset));
+    if (sum.registers == 1 && has_64_bits(sum.offsets[0]))
+        return read64(page.at(sum.offsets[0]));
     uint32_t total = 0;
-    do
-        total += read32(page.at(*at & ~kind_bits));
-    while (*at++ & more);
+    for (unsigned i = 0; i < sum.registers; ++i)
+        total += read32(page.at(sum.offsets[i]));
     return total;
 }
 
@@ -142,24 +121,10 @@ int32_t ethHw_stat_get(uint32_t port, uint32_t counter, uint64_t *value)
         *value = 0;
         return ETH_E_UNAVAIL;
     }
-    const uint8_t *at = &packed.counters[counter];
-    switch (*at & kind_bits) {
-    case no_number:
-        if (*at == unavailable)
-            return ETH_E_UNAVAIL;
-        *value = 0;
-        return ETH_E_NONE;
-    case class_b:
-        if (!is_class_b())
-            return ETH_E_UNAVAIL;
-        break;
-    case sum:
-        at = &packed.sums[*at >> 2];
-        break;
-    default:
-        break;
-    }
-    *value = read_registers({static_cast<uint8_t>(mib_page + port), 0x00, 32}, at);
+    const Sum &sum = sums[counter];
+    if (!sum.available || (sum.class_b_only && !is_class_b()))
+        return ETH_E_UNAVAIL;
+    *value = read_sum({static_cast<uint8_t>(mib_page + port), 0x00, 32}, sum);
     return ETH_E_NONE;
 }
 
@@ -176,7 +141,7 @@ int32_t eth_stat_clear(uint32_t port)
     if (!is_port(port))
         return ETH_E_PORT;
     const SwitchLock lock;
-    set_bits(cpu_port_control, counter_reset);
-    clear_bits(cpu_port_control, counter_reset);
+    assign_flag(management[counter_reset], true);
+    assign_flag(management[counter_reset], false);
     return ETH_E_NONE;
 }

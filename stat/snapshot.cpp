@@ -2,7 +2,7 @@
 #include <esw/stat.h>
 
 #include "core/ports.h"
-#include "core/register.h"
+#include "core/setting.h"
 
 namespace {
 
@@ -10,8 +10,9 @@ using namespace esw;
 
 constexpr Register snapshot_control{0x70, 0x00, 8};
 constexpr Field snapshot_port{0, 4};
-constexpr Field snapshot_mode{6, 1};
-constexpr Field snapshot_latch{7, 1}; // pulsed
+constexpr Field snapshot_latch{7}; // pulsed
+
+constexpr Setting snapshot_mode{.place = snapshot_control[{6}]};
 
 } // namespace
 
@@ -19,10 +20,10 @@ int32_t eth_stat_snapshot_start(uint32_t port)
 {
     if (!is_port(port))
         return ETH_E_PORT;
-    clear_bits(snapshot_control, snapshot_port.mask());
+    assign_flag(snapshot_control[snapshot_port], false);
     set_bits(snapshot_control, port);
-    set_bits(snapshot_control, snapshot_latch.mask());
-    clear_bits(snapshot_control, snapshot_latch.mask());
+    assign_flag(snapshot_control[snapshot_latch], true);
+    assign_flag(snapshot_control[snapshot_latch], false);
     return ETH_E_NONE;
 }
 
@@ -30,12 +31,7 @@ int32_t eth_stat_snapshot_mode_set(int32_t mode)
 {
     if (mode != 0 && mode != 1)
         return ETH_E_UNAVAIL;
-    assign_bits(snapshot_control, snapshot_mode.mask(), mode != 0);
-    return ETH_E_NONE;
+    return set(mode, snapshot_mode);
 }
 
-int32_t eth_stat_snapshot_mode_get(uint32_t *mode)
-{
-    *mode = snapshot_mode.get(read32(snapshot_control));
-    return ETH_E_NONE;
-}
+int32_t eth_stat_snapshot_mode_get(uint32_t *mode) { return get(mode, snapshot_mode); }

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include <esw/vlan.h>
 
-#include "core/lock.h"
+#include "core/locked_register.h"
 #include "core/poll.h"
 #include "core/ports.h"
-#include "core/register.h"
 #include "vlan/vid.h"
 
 namespace {
@@ -12,18 +11,18 @@ namespace {
 using namespace esw;
 
 constexpr Register table_command{0x05, 0x80, 8};
-constexpr uint32_t table_busy = 0x80;
+constexpr Field table_busy{7};
 constexpr uint64_t write_entry = 0x80;
 constexpr uint64_t read_entry = 0x81;
 constexpr uint64_t clear_table = 0x82;
 constexpr unsigned table_read_budget = 10001;
 
-constexpr Register table_index{0x05, 0x81, 16}; // VID
-constexpr Register table_entry{0x05, 0x83, 32};
+constexpr LockedRegister table_index{0x05, 0x81, 16}; // VID
+constexpr LockedRegister table_entry{0x05, 0x83, 32};
 constexpr Field member_ports{0, 9};
 constexpr Field untagged_ports{9, 9};
 
-int32_t ethHw_vlan_table_wait() { return poll(table_command, table_busy, 0, table_read_budget); }
+int32_t ethHw_vlan_table_wait() { return poll(table_command[table_busy], false, table_read_budget); }
 
 int32_t run(uint64_t command)
 {
@@ -37,6 +36,9 @@ int32_t load_entry(uint16_t vid) ESW_REQUIRES(switch_mutex)
     write(table_index, vid);
     return run(read_entry);
 }
+
+// Writes the entry register to the VID whose entry was loaded.
+int32_t store_entry() ESW_REQUIRES(switch_mutex) { return run(write_entry); }
 
 int32_t find_vlan(uint16_t vid, uint32_t named_ports)
 {
@@ -62,7 +64,7 @@ int32_t change_ports(uint16_t vid, uint32_t members, uint32_t untagged, bool on)
     if (const int32_t loaded = load_entry(vid))
         return loaded;
     assign_bits(table_entry, members | untagged << untagged_ports.low, on);
-    return run(write_entry);
+    return store_entry();
 }
 
 } // namespace
@@ -86,7 +88,7 @@ int32_t eth_vlan_destroy(uint16_t vid)
     if (const int32_t loaded = load_entry(vid))
         return loaded;
     write(table_entry, 0);
-    return run(write_entry);
+    return store_entry();
 }
 
 int32_t eth_vlan_destroy_all(void)
