@@ -2,72 +2,86 @@
 #include <esw/cfp.h>
 
 #include "cfp/shared.h"
-#include "core/register.h"
+#include "core/ports.h"
 
 namespace {
 
 using namespace esw;
 
 // Where an argument of a builder goes.
-struct Place {
+struct Target {
     uint8_t word; // of the action words
     Field field;
 };
 
-struct Layout {
-    Place first;
-    Place second;
+constexpr Target nowhere{.word = 0, .field = {.low = 0, .bits = 0}};
+
+struct Targets {
+    Target first;
+    Target second = nowhere;
 };
 
 // A builder's arguments as each class holds them.
-struct Placement {
-    Layout class_a;
-    Layout class_b;
+struct Layout {
+    Targets class_a;
+    Targets class_b;
 };
 
-constexpr Place nowhere{0, {0, 0}};
+constexpr Layout forwarding_actions{
+    .class_a = {.first = {.word = 0, .field = {7, 2}}, .second = {.word = 0, .field = {23, 2}}},
+    .class_b = {.first = {.word = 0, .field = {24, 2}}, .second = {.word = 1, .field = {11, 2}}},
+};
+constexpr Layout destinations{
+    .class_a = {.first = {.word = 0, .field = {0, 7}}, .second = {.word = 0, .field = {16, 7}}},
+    .class_b = {.first = {.word = 0, .field = {14, 10}}, .second = {.word = 1, .field = {1, 10}}},
+};
+constexpr Layout traffic_class{
+    .class_a = {.first = {.word = 1, .field = {10, 3}}},
+    .class_b = {.first = {.word = 0, .field = {10, 3}}},
+};
+constexpr Layout chain_id{
+    .class_a = {.first = {.word = 1, .field = {14, 8}}},
+    .class_b = {.first = {.word = 1, .field = {20, 8}}},
+};
+constexpr Layout vlan_bypass{
+    .class_a = {.first = {.word = 1, .field = {0}}},
+    .class_b = {.first = {.word = 0, .field = {0}}},
+};
 
-constexpr Placement forwarding_actions{{{0, {7, 2}}, {0, {23, 2}}}, {{0, {24, 2}}, {1, {11, 2}}}};
-constexpr Placement destinations{{{0, {0, 7}}, {0, {16, 7}}}, {{0, {14, 10}}, {1, {1, 10}}}};
-constexpr Placement traffic_class{{{1, {10, 3}}, nowhere}, {{0, {10, 3}}, nowhere}};
-constexpr Placement chain_id{{{1, {14, 8}}, nowhere}, {{1, {20, 8}}, nowhere}};
-constexpr Placement vlan_bypass{{{1, {0, 1}}, nowhere}, {{0, {0, 1}}, nowhere}};
+constexpr Field new_class{0, 3};
+constexpr Field change_class{3}; // the bit above the traffic class
+constexpr uint32_t drop = 2;     // forwarding action
 
-constexpr uint32_t traffic_class_mask = 0x7;
-constexpr uint32_t change_traffic_class = 0x8; // the bit above the traffic class
-constexpr uint32_t drop = 2;                   // forwarding action
-
-void clear(eth_cfp_rule_t *rule, Place place)
+void clear(eth_cfp_rule_t *rule, Target target)
 {
-    rule->action[place.word] &= ~static_cast<uint32_t>(place.field.mask());
+    rule->action[target.word] &= ~static_cast<uint32_t>(target.field.mask());
 }
 
 // Not cut to the field.
-void add(eth_cfp_rule_t *rule, Place place, uint32_t value)
+void add(eth_cfp_rule_t *rule, Target target, uint32_t value)
 {
-    rule->action[place.word] |= value << place.field.low;
+    rule->action[target.word] |= value << target.field.low;
 }
 
 // Clears both fields before either is filled: on class A an argument that is too wide reaches the other.
-void build(const char *builder, eth_cfp_rule_t *rule, const Placement &placement, uint32_t first,
+void build(const char *builder, eth_cfp_rule_t *rule, const Layout &layout, uint32_t first,
            uint32_t second = 0)
 {
     const DeviceClass device = served_class(builder);
     if (device == DeviceClass::unknown)
         return;
-    const Layout layout = device == DeviceClass::a ? placement.class_a : placement.class_b;
-    clear(rule, layout.first);
-    clear(rule, layout.second);
-    add(rule, layout.first, first);
-    add(rule, layout.second, second);
+    const Targets targets = device == DeviceClass::a ? layout.class_a : layout.class_b;
+    clear(rule, targets.first);
+    clear(rule, targets.second);
+    add(rule, targets.first, first);
+    add(rule, targets.second, second);
 }
 
 // Bit 6 of a destination stands for the port that class B has at bit 7.
 uint32_t class_b_destination(uint32_t ports)
 {
-    constexpr uint32_t bit6 = 0x40;
-    constexpr uint32_t bit7 = 0x80;
-    return ports & bit6 ? (ports & ~bit6) | bit7 : ports;
+    constexpr uint32_t bit6 = port_bit(6);
+    return ports & bit6 ? (ports & ~bit6) | port_bit(7) : ports;
 }
 
 } // namespace
@@ -88,7 +102,7 @@ void ethCfpRuleActionDst(eth_cfp_rule_t *rule, uint32_t dst1, uint32_t dst2)
 
 void ethCfpRuleActionChangeTc(eth_cfp_rule_t *rule, uint8_t tc)
 {
-    build(__func__, rule, traffic_class, (tc & traffic_class_mask) | change_traffic_class);
+    build(__func__, rule, traffic_class, new_class.get(tc) | static_cast<uint32_t>(change_class.mask()));
 }
 
 void ethCfpRuleActionChainId(eth_cfp_rule_t *rule, uint8_t id) { build(__func__, rule, chain_id, id); }

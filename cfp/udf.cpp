@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include <esw/cfp.h>
 
-#include "cfp/shared.h"
 #include "core/register.h"
 
 namespace {
@@ -65,11 +64,3 @@ int32_t eth_cfp_udf_get(eth_cfp_udf_t *udf) { return exchange(*udf, Direction::f
 int32_t eth_cfp_udf_init(void) { return eth_cfp_udf_set(default_layout); }
 
 int32_t eth_cfp_udf_clear(void) { return eth_cfp_udf_set({}); }
-
-int32_t eth_cfp_init(void)
-{
-    eth_cfp_rule_clear();
-    eth_cfp_udf_init();
-    ethHw_cfp_last_idx_save(0);
-    return ETH_E_NONE;
-}
