@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "chip/devices.h"
 #include "sim/model/switch.h"
 
 namespace sim {
@@ -10,7 +11,6 @@ namespace {
 
 constexpr uint8_t page = 0xA0;
 constexpr uint8_t first_transfer = 0x10;
-constexpr uint32_t class_a_id = 0x11140;
 
 constexpr uint64_t read_slot = 0x02;
 constexpr uint64_t write_slot = 0x04;
@@ -52,7 +52,8 @@ void cfp_command_written(Switch &simulated, unsigned, uint64_t value)
         return;
     if (value & clear_table)
         memset(state.cfp_slots, 0, sizeof state.cfp_slots);
-    const Ram *ram = state.device_id == class_a_id ? find(class_a_rams, select) : find(class_b_rams, select);
+    const bool is_class_a = chip::device(state.device_id).device_class == chip::DeviceClass::a;
+    const Ram *ram = is_class_a ? find(class_a_rams, select) : find(class_b_rams, select);
     if (!ram || slot >= cfp_slots)
         return;
     for (unsigned offset = ram->first; offset <= ram->last; offset += 4) {

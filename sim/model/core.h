@@ -10,10 +10,8 @@ namespace sim {
 
 void switch_reset_written(Switch &, unsigned index, uint64_t value);
 
-inline constexpr std::array core_registers = {
-    Bank{.name = "device-id", .page = 0x02, .offset = 0x30, .width = 32},
-    Bank{.name = "layer-selector", .page = 0x30, .offset = 0x00, .width = 8},
-    Bank{.name = "switch-reset", .page = 0x00, .offset = 0x79, .width = 8, .written = switch_reset_written},
+inline constexpr std::array core_roles = {
+    Role{.name = "switch-reset", .written = switch_reset_written},
 };
 
 } // namespace sim

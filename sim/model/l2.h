@@ -54,55 +54,14 @@ uint64_t arl_search_reading(Switch &, unsigned index, uint64_t stored);
 uint64_t arl_result_data_reading(Switch &, unsigned index, uint64_t stored);
 void fast_age_written(Switch &, unsigned index, uint64_t value);
 
-inline constexpr std::array l2_registers = {
-    Bank{.name = "arl-access",
-         .page = 0x05,
-         .offset = 0x00,
-         .width = 8,
-         .busy = 0x80,
-         .written = arl_access_written},
-    Bank{.name = "arl-mac-index", .page = 0x05, .offset = 0x02, .width = 48},
-    Bank{.name = "arl-vid-index", .page = 0x05, .offset = 0x08, .width = 16},
-    Bank{.name = "arl-bin-key", .page = 0x05, .offset = 0x10, .width = 64, .count = arl_bins, .stride = 0x10},
-    Bank{
-        .name = "arl-bin-data", .page = 0x05, .offset = 0x18, .width = 32, .count = arl_bins, .stride = 0x10},
-    Bank{.name = "arl-search",
-         .page = 0x05,
-         .offset = 0x50,
-         .width = 8,
-         .busy = 0x80,
-         .written = arl_search_written,
-         .reading = arl_search_reading},
-    Bank{.name = "arl-result-key", .page = 0x05, .offset = 0x60, .width = 64, .count = 2, .stride = 0x10},
-    Bank{.name = "arl-result-data",
-         .page = 0x05,
-         .offset = 0x68,
-         .width = 32,
-         .count = 2,
-         .stride = 0x10,
-         .reading = arl_result_data_reading},
-    Bank{.name = "arl-bin-full-counter", .page = 0x04, .offset = 0x70, .width = 32},
-    Bank{.name = "arl-bin-full-forward", .page = 0x04, .offset = 0x74, .width = 16, .power_on = 1},
-
-    Bank{.name = "fast-age",
-         .page = 0x00,
-         .offset = 0x88,
-         .width = 8,
-         .power_on = 0x02,
-         .busy = 0x80,
-         .written = fast_age_written},
-    Bank{.name = "fast-age-port", .page = 0x00, .offset = 0x89, .width = 8},
-    Bank{.name = "fast-age-vid", .page = 0x00, .offset = 0x8A, .width = 16},
-
-    // On, 300.
-    Bank{.name = "age-timer", .page = 0x02, .offset = 0x06, .width = 32, .power_on = 0x10012C},
-    Bank{.name = "bpdu-address", .page = 0x04, .offset = 0x04, .width = 48, .power_on = 0x0180C2000000},
-    Bank{.name = "mcast-control", .page = 0x00, .offset = 0x2F, .width = 8},
-    Bank{.name = "protected-ports", .page = 0x00, .offset = 0x24, .width = 16},
-
-    Bank{.name = "l2-cache-valid", .page = 0x04, .offset = 0x0E, .width = 16},
-    Bank{.name = "l2-cache-key", .page = 0x04, .offset = 0x10, .width = 48, .count = 6, .stride = 0x10},
-    Bank{.name = "l2-cache-data", .page = 0x04, .offset = 0x18, .width = 32, .count = 6, .stride = 0x10},
+inline constexpr std::array l2_roles = {
+    Role{.name = "arl-access", .written = arl_access_written},
+    Role{.name = "arl-search", .written = arl_search_written, .reading = arl_search_reading},
+    Role{.name = "arl-result-data", .reading = arl_result_data_reading},
+    Role{.name = "arl-bin-full-forward", .power_on = 1},
+    Role{.name = "fast-age", .power_on = 0x02, .written = fast_age_written},
+    Role{.name = "age-timer", .power_on = 0x10012C}, // on, 300
+    Role{.name = "bpdu-address", .power_on = 0x0180C2000000},
 };
 
 } // namespace sim

@@ -30,7 +30,7 @@ const Bank *bank_at(const char *address)
 bool parse_stuck(const char *text, Options &options)
 {
     const Bank *bank = strchr(text, ':') ? bank_at(text) : find_bank(text);
-    if (!bank || bank->busy == 0)
+    if (!bank || bank->starts == 0)
         return false;
     options.behaviour.stuck = bank;
     return true;

@@ -8,6 +8,7 @@
 #include <linux/ethtool.h>
 #include <linux/mii.h>
 
+#include "chip/devices.h"
 #include "sim/model/switch.h"
 
 namespace sim {
@@ -24,9 +25,6 @@ enum : uint8_t {
 };
 enum : uint8_t { speed_10, speed_100, speed_1000 }; // as the speed register has it
 constexpr unsigned second_pause_bit = 9;            // so far above the first
-
-constexpr uint32_t late_class_b_ids[] = {0xD310, 0xD311, 0xD312, 0xD313, 0xD314, 0x2404, 0x2407, 0x2409};
-constexpr uint32_t late_phy_distance = 3;
 
 constexpr uint32_t eee_modes = ADVERTISED_100baseT_Full | ADVERTISED_1000baseT_Full;
 constexpr Eee idle_eee = {eee_modes, eee_modes, eee_modes, 1, 1, 30};
@@ -215,8 +213,7 @@ uint64_t observed(Switch &simulated, uint8_t offset)
 
 unsigned port_of_phy(uint32_t device_id, uint32_t address)
 {
-    const bool late = std::ranges::find(late_class_b_ids, device_id) != std::end(late_class_b_ids);
-    return std::min(late ? address - late_phy_distance : address, phy_count);
+    return std::min(address - chip::device(device_id).first_phy, phy_count);
 }
 
 void power_on_phys(Switch &simulated)

@@ -4,50 +4,63 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <numeric>
+#include <string_view>
 
 #include "sim/model/families.h"
 
 namespace sim {
+
+// Not constant expressions: the compiler names them when a table has such a mistake.
+void role_names_no_register();
+void register_has_two_roles();
+void register_starts_nothing();
+
 namespace {
 
-template <size_t... sizes>
-constexpr auto concatenate(const std::array<Bank, sizes> &...families)
+using Map = std::array<Bank, chip::registers.size()>;
+
+constexpr void assign(Map &map, const Role &role)
 {
-    std::array<Bank, (sizes + ...)> all{};
-    auto next = all.begin();
-    ((next = std::copy(families.begin(), families.end(), next)), ...);
-    std::ranges::sort(all, {}, [](const Bank &bank) { return bank.page << 8 | bank.offset; });
-    return all;
+    bool named = false;
+    for (Bank &bank : map) {
+        if (std::string_view(bank.name) != role.name)
+            continue;
+        if (bank.role.name)
+            register_has_two_roles();
+        bank.role = role;
+        named = true;
+    }
+    if (!named)
+        role_names_no_register();
 }
 
-constexpr auto map =
-    concatenate(core_registers, port_registers, l2_registers, control_registers, mirror_registers,
-                vlan_registers, qos_registers, stat_registers, port_0_counters, port_1_counters,
-                port_8_counters, snapshot_counters, cfp_registers);
-static_assert(map.size() <= max_banks);
+template <typename... Families>
+consteval Map with_roles(const Families &...families)
+{
+    Map map{};
+    for (size_t i = 0; i < map.size(); ++i)
+        map[i] = {chip::registers[i], {}};
+    (std::ranges::for_each(families, [&](const Role &role) { assign(map, role); }), ...);
+    for (const Bank &bank : map) {
+        if (bank.starts != 0 && !bank.role.written)
+            register_starts_nothing();
+    }
+    return map;
+}
 
-// first_on_page[p] .. first_on_page[p + 1] are page p's banks.
-constexpr auto first_on_page = [] {
-    std::array<uint8_t, 257> first{};
-    for (const Bank &b : map)
-        ++first[b.page + 1U];
-    std::partial_sum(first.begin(), first.end(), first.begin());
-    return first;
-}();
+constexpr Map map =
+    with_roles(core_roles, port_roles, l2_roles, mirror_roles, vlan_roles, qos_roles, stat_roles, cfp_roles);
+static_assert(map.size() <= max_banks);
 
 } // namespace
 
 Located locate(uint8_t page, uint8_t offset)
 {
-    for (unsigned number = first_on_page[page]; number < first_on_page[page + 1U]; ++number) {
-        const Bank &bank = map[number];
-        for (unsigned index = 0; index < bank.count; ++index) {
-            if (bank.offset + index * bank.stride == offset)
-                return {&bank, number, index};
-        }
-    }
-    return {};
+    const chip::Located found = chip::locate(page, offset);
+    if (!found.row)
+        return {};
+    const auto number = static_cast<unsigned>(found.row - chip::registers.data());
+    return {&map[number], number, found.index};
 }
 
 const Bank *find_bank(const char *name)

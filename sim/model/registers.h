@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The register map: every bank, ordered by page. Each family of registers adds its own table.
+// The register map as the simulated switch has it: every row with its role.
 #pragma once
 
 #include <cstdint>

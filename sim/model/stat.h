@@ -27,32 +27,11 @@ void snapshot_control_written(Switch &, unsigned index, uint64_t value);
 inline constexpr uint8_t first_mib_page = 0x20; // of port 0
 inline constexpr uint8_t snapshot_page = 0x71;
 
-constexpr std::array<Bank, 7> mib_page(const char *name, uint8_t page, void (*refresh)(Switch &))
-{
-    const auto bank = [=](uint8_t offset, uint8_t width, uint8_t count) {
-        return Bank{.name = name,
-                    .page = page,
-                    .offset = offset,
-                    .width = width,
-                    .count = count,
-                    .stride = 4,
-                    .refresh = refresh};
-    };
-    return {bank(0x00, 64, 1), bank(0x08, 32, 18), bank(0x50, 64, 1), bank(0x58, 32, 12),
-            bank(0x88, 64, 1), bank(0x90, 32, 10), bank(0xC0, 32, 6)};
-}
-
-inline constexpr auto port_0_counters = mib_page("port-0-counters", first_mib_page, count_traffic);
-inline constexpr auto port_1_counters = mib_page("port-1-counters", first_mib_page + 1, count_traffic);
-inline constexpr auto port_8_counters = mib_page("port-8-counters", first_mib_page + 8, count_traffic);
-inline constexpr auto snapshot_counters = mib_page("snapshot-counters", snapshot_page, nullptr);
-
-inline constexpr std::array stat_registers = {
-    Bank{.name = "snapshot-control",
-         .page = 0x70,
-         .offset = 0x00,
-         .width = 8,
-         .written = snapshot_control_written},
+inline constexpr std::array stat_roles = {
+    Role{.name = "port-0-counters", .refresh = count_traffic},
+    Role{.name = "port-1-counters", .refresh = count_traffic},
+    Role{.name = "port-8-counters", .refresh = count_traffic},
+    Role{.name = "snapshot-control", .written = snapshot_control_written},
 };
 
 } // namespace sim

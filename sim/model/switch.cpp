@@ -19,7 +19,7 @@ void Switch::power_on(uint32_t device_id)
     for (unsigned number = 0; number < bank_count(); ++number) {
         const Bank &b = bank(number);
         for (unsigned index = 0; index < b.count; ++index)
-            cell(b.page, static_cast<uint8_t>(b.offset + index * b.stride)) = b.power_on;
+            cell(b.page, static_cast<uint8_t>(b.offset + index * b.stride)) = b.role.power_on;
     }
     const Bank *id = find_bank("device-id");
     cell(id->page, id->offset) = device_id;
@@ -29,15 +29,15 @@ void Switch::power_on(uint32_t device_id)
 uint64_t Switch::read(uint8_t page, uint8_t offset)
 {
     const auto [bank, number, index] = locate(page, offset);
-    if (bank && bank->refresh)
-        bank->refresh(*this);
+    if (bank && bank->role.refresh)
+        bank->role.refresh(*this);
     uint64_t value = cell(page, offset);
     if (!bank)
         return value;
-    if (bank->reading)
-        value = bank->reading(*this, index, value);
+    if (bank->role.reading)
+        value = bank->role.reading(*this, index, value);
     if (bank == behaviour_.stuck) {
-        value |= bank->busy;
+        value |= bank->starts;
     } else if (auto &busy = state_.busy[number]; busy.reads != 0) {
         --busy.reads;
         value |= busy.bits;
@@ -52,12 +52,14 @@ void Switch::write(uint8_t page, uint8_t offset, uint64_t value)
         cell(page, offset) = value;
         return;
     }
+    if (bank->read_only)
+        return;
     value &= bank->mask();
-    cell(page, offset) = value & ~bank->busy;
-    if (value & bank->busy)
-        state_.busy[number] = {behaviour_.latency, static_cast<uint32_t>(value & bank->busy)};
-    if (bank->written)
-        bank->written(*this, index, value);
+    cell(page, offset) = value & ~bank->starts;
+    if (value & bank->starts)
+        state_.busy[number] = {behaviour_.latency, static_cast<uint32_t>(value & bank->starts)};
+    if (bank->role.written)
+        bank->role.written(*this, index, value);
 }
 
 // A reset brings every register back to its power-on contents. What comes from outside, traffic and pulled

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "sim/model/vlan.h"
 
-#include <algorithm>
 #include <cstring>
 
+#include "chip/devices.h"
 #include "sim/model/switch.h"
 
 namespace sim {
@@ -16,14 +16,6 @@ enum : uint8_t { operation_write, operation_read, operation_clear };
 constexpr uint64_t evt_start = 0x1;
 constexpr uint64_t evt_write = 0x2;
 constexpr uint64_t evt_clear = 0x4;
-
-// The first class B chips have no egress translation: its registers read as zero.
-constexpr uint32_t without_evt[] = {0x2360, 0xD300, 0x5075};
-
-bool has_evt(const State &state)
-{
-    return std::ranges::find(without_evt, state.device_id) == std::end(without_evt);
-}
 
 void exchange(uint64_t &reg, uint32_t &entry, bool write)
 {
@@ -58,9 +50,10 @@ void evt_command_written(Switch &simulated, unsigned, uint64_t value)
         memset(table, 0, sizeof table);
 }
 
+// Without a translation table its registers read as zero.
 uint64_t evt_reading(Switch &simulated, unsigned, uint64_t stored)
 {
-    return has_evt(simulated.state()) ? stored : 0;
+    return chip::device(simulated.state().device_id).translates_egress ? stored : 0;
 }
 
 } // namespace sim

@@ -38,7 +38,7 @@ TEST_F(Eswctl, WatchShowsRatesOfTraffic)
 
 TEST_F(Eswctl, WatchStaysInPlaceOnATerminalOnly)
 {
-    EXPECT_EQ(eswctl("reg write 0x20 0x98 7 --width 32").code, 0);
+    EXPECT_EQ(launch("--set 20:98=7", {}).code, 0);
     const auto on_terminal = [&](const std::string &settings) {
         return launch("", {"sh", "-c",
                            fmt::format("{} script -qec 'stty rows 3 cols 12; {}/eswctl stat watch 0 --all "

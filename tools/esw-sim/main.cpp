@@ -2,6 +2,7 @@
 // esw-sim: runs a program on a simulated switch.
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -44,6 +45,7 @@ struct Arguments {
     std::vector<std::string> traffic;
     std::string elapsed;
     std::vector<std::string> stations;
+    std::vector<std::string> contents;
     std::string trace;
     bool reset = false;
     std::vector<std::string> command;
@@ -111,6 +113,23 @@ Event traffic_event(const std::string &text)
     };
 }
 
+// "PAGE:OFFSET=VALUE", page and offset in hexadecimal.
+Event contents_event(const std::string &text)
+{
+    const auto [place, value] = at_equals(text);
+    unsigned page = 0;
+    unsigned offset = 0;
+    int length = 0;
+    uint64_t contents = 0;
+    if (sscanf(place.c_str(), "%2x:%2x%n", &page, &offset, &length) != 2 ||
+        place.size() != static_cast<size_t>(length) || !sim::parse_number(value.c_str(), contents))
+        throw not_accepted("--set", text,
+                           "PAGE:OFFSET=VALUE such as 20:98=7, page and offset in hexadecimal");
+    return [=](sim::Switch &simulated) {
+        simulated.cell(static_cast<uint8_t>(page), static_cast<uint8_t>(offset)) = contents;
+    };
+}
+
 Event station_event(const std::string &text)
 {
     sim::Station station{};
@@ -129,6 +148,7 @@ std::vector<Event> parse_events(const Arguments &arguments)
     }
     std::ranges::transform(arguments.links, std::back_inserter(events), link_event);
     std::ranges::transform(arguments.traffic, std::back_inserter(events), traffic_event);
+    std::ranges::transform(arguments.contents, std::back_inserter(events), contents_event);
     std::ranges::transform(arguments.stations, std::back_inserter(events), station_event);
     return events;
 }
@@ -247,6 +267,10 @@ void describe(CLI::App &app, Arguments &arguments)
         ->allow_extra_args(false);
     app.add_option("--learn", arguments.stations,
                    "MAC,VID,PORT: a station is heard, and the switch learns its address. May be repeated")
+        ->allow_extra_args(false);
+    app.add_option("--set", arguments.contents,
+                   "PAGE:OFFSET=VALUE: what the hardware shows in a register, read-only ones too (page and "
+                   "offset in hexadecimal). May be repeated")
         ->allow_extra_args(false);
     app.add_option("--elapse", arguments.elapsed, "let this many seconds pass: learned addresses age");
     app.add_option("--trace", arguments.trace, "write a line for each driver request to this file");

@@ -26,9 +26,9 @@
 #include <esw.h>
 #include <fmt/format.h>
 
+#include "chip/registers.h"
 #include "eswctl/command.h"
 #include "eswctl/terminal.h"
-#include "sim/model/registers.h"
 
 namespace eswctl {
 namespace {
@@ -94,6 +94,14 @@ constexpr Table tables[] = {
     {{0x00, 0x88}, 0x80, 0x00, 0x01, 0, 0, 0xFF, 0x00},             // fast-age flush: nothing to read
 };
 
+constexpr bool is_withheld(const chip::Register &row)
+{
+    return row.starts == 0 || std::ranges::any_of(tables, [&](const Table &table) {
+               return table.command == Address(row.page, row.offset) && table.start == row.starts;
+           });
+}
+static_assert(std::ranges::all_of(chip::registers, is_withheld), "a dry run would start an operation");
+
 struct Index {
     Address address;
     Address command; // of its table
@@ -122,16 +130,16 @@ const Table *table_holding(Address data)
 
 std::string register_name(Address address)
 {
-    const sim::Located known = sim::locate(address.first, address.second);
-    if (!known.bank)
+    const auto [row, index] = chip::locate(address.first, address.second);
+    if (!row)
         return "unnamed";
-    return known.bank->count == 1 ? known.bank->name : fmt::format("{}-{}", known.bank->name, known.index);
+    return row->count == 1 ? row->name : fmt::format("{}-{}", row->name, index);
 }
 
 unsigned register_width(Address address)
 {
-    const sim::Bank *bank = sim::locate(address.first, address.second).bank;
-    return bank ? bank->width : 64;
+    const chip::Register *row = chip::locate(address.first, address.second).row;
+    return row ? row->width : 64;
 }
 
 struct Change {
