@@ -25,7 +25,7 @@ void address_requests_to(const char *ifname)
 void readdress_requests_to(const char *ifname) { copy_interface_name(process_block.name, ifname); }
 
 // Each request goes out in a block of its own: two threads can't take each other's register request.
-int32_t transfer(RegisterRequest &request, unsigned long number)
+int32_t transfer(RegisterRequest &request, RequestNumber number)
 {
     if (gFd > 0)
         return ioctl(gFd, number, &request);
@@ -38,10 +38,11 @@ int32_t transfer(RegisterRequest &request, unsigned long number)
 
 int32_t esw_send_ioctl(void *block, unsigned long request, uint8_t use_socket)
 {
+    const auto number = static_cast<esw::RequestNumber>(request);
     if (use_socket)
-        return ioctl(gSocket, request, block);
+        return ioctl(gSocket, number, block);
 
     void *data; // the caller's block may have any alignment
     memcpy(&data, static_cast<const char *>(block) + offsetof(esw::RequestBlock, data), sizeof data);
-    return ioctl(gFd, request, data);
+    return ioctl(gFd, number, data);
 }

@@ -14,6 +14,6 @@ void address_requests_to(const char *ifname);
 void readdress_requests_to(const char *ifname);
 
 // Sends one register request by the route that gFd chooses now. Zero when done; anything else is a failure.
-int32_t transfer(RegisterRequest &request, unsigned long number);
+int32_t transfer(RegisterRequest &request, RequestNumber number);
 
 } // namespace esw

@@ -8,14 +8,20 @@
 #include <linux/ethtool.h>
 #include <linux/mii.h>
 #include <linux/sockios.h>
+#include <sys/ioctl.h>
 
 namespace esw {
 
 inline constexpr char control_device[] = "/dev/esw-ctl";
 
+// What ioctl() takes for a request's number: an unsigned long in glibc, an int in musl.
+template <typename Number>
+Number number_type(int (*)(int, Number, ...));
+using RequestNumber = decltype(number_type(ioctl));
+
 // The same on both routes.
-inline constexpr unsigned long request_read = SIOCDEVPRIVATE + 1;
-inline constexpr unsigned long request_write = SIOCDEVPRIVATE + 2;
+inline constexpr RequestNumber request_read = SIOCDEVPRIVATE + 1;
+inline constexpr RequestNumber request_write = SIOCDEVPRIVATE + 2;
 
 // One register access. The padding is spelled out so that no stack contents reach the driver.
 struct RegisterRequest {
@@ -44,8 +50,8 @@ static_assert(offsetof(RequestBlock, name) == 0);
 static_assert(offsetof(RequestBlock, data) == 16);
 
 // Access to one PHY register through the interface that the request names.
-inline constexpr unsigned long request_mii_read = SIOCGMIIREG;
-inline constexpr unsigned long request_mii_write = SIOCSMIIREG;
+inline constexpr RequestNumber request_mii_read = SIOCGMIIREG;
+inline constexpr RequestNumber request_mii_write = SIOCSMIIREG;
 
 struct MiiRequest {
     char name[interface_name_size];
@@ -61,8 +67,8 @@ static_assert(offsetof(MiiRequest, mii.val_out) == 22);
 
 // Energy Efficient Ethernet of one port: a request block whose data is a struct ethtool_eee with the port's
 // bit in the first reserved word.
-inline constexpr unsigned long request_eee_read = SIOCDEVPRIVATE + 5;
-inline constexpr unsigned long request_eee_write = SIOCDEVPRIVATE + 6;
+inline constexpr RequestNumber request_eee_read = SIOCDEVPRIVATE + 5;
+inline constexpr RequestNumber request_eee_write = SIOCDEVPRIVATE + 6;
 
 static_assert(sizeof(ethtool_eee) == 40);
 static_assert(offsetof(ethtool_eee, cmd) == 0);
