@@ -27,8 +27,12 @@ diff <(echo "$declared") <(echo "$listed") || fail "the headers differ from the 
 manual=$(cat "$scratch"/usr/share/man/man3/*.3)
 for name in $listed; do
     grep -qE "^\.B .*\b$name\b" <<< "$manual" || fail "$name has no manual page entry"
+    [[ $name =~ ^g[A-Z] || -s $scratch/usr/share/man/man3/$name.3 ]] || fail "man $name finds nothing"
 done
 [ -s "$scratch/usr/share/man/man1/eswctl.1" ] && [ -s "$scratch/usr/share/man/man1/esw-sim.1" ] || fail "no manual page"
+for option in $("$scratch/usr/bin/esw-sim" --help | grep -oE -- '--[a-z][a-z-]+' | sort -u); do
+    grep -qF -- "${option//-/\\-}" "$scratch/usr/share/man/man1/esw-sim.1" || fail "esw-sim(1) lacks $option"
+done
 bash -n "$scratch/usr/share/bash-completion/completions/eswctl"
 
 # All JSON schemas are there, and are schemas.
