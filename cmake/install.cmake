@@ -6,7 +6,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INC
 if(ESW_TOOLS)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/schema DESTINATION ${CMAKE_INSTALL_DATADIR}/eswctl)
 endif()
-install(TARGETS esw-sim-preload LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS esw-sim-preload LIBRARY DESTINATION ${ESW_PRELOAD_DIR})
 
 file(RELATIVE_PATH prefix_from_pkgconfig ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(${PROJECT_SOURCE_DIR}/cmake/esw.pc.in esw.pc @ONLY)
