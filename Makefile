@@ -3,6 +3,9 @@
 PREFIX ?= /usr/local
 BUILD := build/release
 SANITIZED := build/sanitize
+CROSS := build/aarch64
+KERNEL := build/kernel
+ARCH ?= arm64
 JOBS := $(shell nproc)
 
 # Its account matters only when it fails.
@@ -32,6 +35,27 @@ test-sanitized: packages
 	@cmake --build $(SANITIZED)
 	@ctest --test-dir $(SANITIZED) --output-on-failure --parallel $(JOBS) --no-tests=error
 
+# Library, tools and tests for 64-bit Arm.
+arm64: packages
+	@packaging/install-packages packaging/arm64-packages
+	@$(call configure,aarch64,)
+	@cmake --build $(CROSS)
+
+# The same tests on them, under emulation. tests/arm64/in-guest names those that need a kernel of their own.
+test-arm64: arm64
+	@ctest --test-dir $(CROSS) --output-on-failure --parallel $(JOBS) --no-tests=error
+
+# Boots a kernel with the reference driver, and runs library and eswctl on it. ARCH=arm64, or x86_64.
+# Downloads stay in build/kernel.
+test-kernel: all $(if $(filter arm64,$(ARCH)),arm64)
+	@packaging/install-packages packaging/kernel-packages
+	@tests/kernel/run $(ARCH) $(if $(filter arm64,$(ARCH)),$(CROSS),$(BUILD)) $(BUILD) $(KERNEL)
+
+# checkpatch.pl, W=1 and sparse over the reference driver.
+lint-driver:
+	@packaging/install-packages packaging/kernel-packages
+	@packaging/lint-driver $(KERNEL)
+
 install: all
 	@cmake --install $(BUILD) --prefix $(PREFIX)
 
@@ -47,4 +71,5 @@ doc: all
 clean:
 	@rm -rf build
 
-.PHONY: all packages lint-packages demo test test-sanitized install lint doc clean
+.PHONY: all packages lint-packages demo test test-sanitized arm64 test-arm64 test-kernel \
+	lint-driver install lint doc clean
