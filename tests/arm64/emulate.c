@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: LGPL-2.1-or-later */
-/* Stands in for a program of another architecture: runs ../bin/ under its own name on the emulator. Programs that are
- * preloaded are of that architecture, too, so the emulator itself must not see them: hence it is linked statically. */
+/* Stands in for a program of another architecture: runs ../bin/ under its own name on the emulator. Programs
+ * that are preloaded are of that architecture, too, so the emulator itself must not see them: hence it is
+ * linked statically. */
 #include <libgen.h>
 #include <limits.h>
 #include <stdio.h>
