@@ -5,6 +5,9 @@
 #include <esw/cfp.h>
 
 #include "eswctl/command.h"
+#include "eswctl/connection.h"
+#include "eswctl/errors.h"
+#include "eswctl/ports.h"
 
 namespace eswctl {
 

@@ -9,6 +9,8 @@
 #include <fmt/format.h>
 
 #include "eswctl/driver.h"
+#include "eswctl/dry_run.h"
+#include "eswctl/errors.h"
 #include "eswctl/families.h"
 #include "eswctl/terminal.h"
 

@@ -7,6 +7,9 @@
 #include <vector>
 
 #include "eswctl/command.h"
+#include "eswctl/connection.h"
+#include "eswctl/errors.h"
+#include "eswctl/ports.h"
 
 namespace eswctl {
 

@@ -10,8 +10,8 @@
 #include <esw.h>
 #include <fmt/format.h>
 
-#include "eswctl/command.h"
 #include "eswctl/driver.h"
+#include "eswctl/errors.h"
 #include "eswctl/terminal.h"
 
 namespace eswctl {
@@ -20,6 +20,7 @@ namespace {
 constexpr char control_device[] = "/dev/esw-ctl";
 std::string chosen_interface;
 
+constexpr uint32_t class_a_device = 0x11140;
 constexpr uint32_t nothing_read = 0xFFFFFFFF;
 
 constexpr char simulated[] = "to try it on the simulated switch, use esw-sim eswctl ...";
@@ -64,6 +65,9 @@ void refuse_half_started()
 }
 
 } // namespace
+
+bool is_class_a() { return gESWID == class_a_device; }
+bool is_class_b() { return !is_class_a(); } // esw_init() accepts no others
 
 const std::string &interface_name() { return chosen_interface; }
 

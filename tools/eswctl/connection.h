@@ -15,4 +15,11 @@ public:
     Connection &operator=(const Connection &) = delete;
 };
 
+// The network interface chosen with -i: requests to PHYs name it.
+const std::string &interface_name();
+
+// What the switch at hand is.
+bool is_class_a();
+bool is_class_b();
+
 } // namespace eswctl

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Between the library and the drivers: shows requests (--trace), or withholds what would change the switch
-// (--dry-run). The library calls ioctl() and open() by name, so the program's own come first.
+// What becomes of driver requests: shown with --trace, and remembered when the driver refuses one.
 #pragma once
 
-#include "eswctl/report.h"
+#include <string>
+
+#include "eswctl/request.h"
 
 namespace eswctl {
 
@@ -19,13 +20,7 @@ void forget_failures();
 // so.
 void check_requests();
 
-// From now on, reads reach the switch, writes don't; later reads see what was withheld. The same holds for
-// the library's files.
-void withhold_writes();
-bool withholds_writes();
-bool withholds_file(const std::string &path, size_t size); // that a command is going to write
-
-// What would have changed: registers, PHY registers, EEE and the library's files, in order.
-Report withheld_changes();
+// For the doors: a request was made. Leaves errno alone.
+void observe(const Request &request, int result);
 
 } // namespace eswctl

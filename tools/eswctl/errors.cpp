@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Why a command was refused: the library's codes in words.
+#include "eswctl/errors.h"
+
 #include <algorithm>
 
 #include <esw.h>
 #include <fmt/format.h>
 
-#include "eswctl/command.h"
 #include "eswctl/driver.h"
 
 namespace eswctl {

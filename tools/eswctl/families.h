@@ -3,6 +3,9 @@
 #pragma once
 
 #include "eswctl/command.h"
+#include "eswctl/connection.h"
+#include "eswctl/errors.h"
+#include "eswctl/ports.h"
 
 namespace eswctl {
 
@@ -22,7 +25,6 @@ Family bpdu_family();
 Family protect_family();
 Family l2_cache_family();
 Family vlan_family();
-Family translation_family();
 Family rate_family();
 Family priority_family();
 Family qos_family();

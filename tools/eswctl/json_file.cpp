@@ -7,7 +7,7 @@
 
 #include <fmt/format.h>
 
-#include "eswctl/command.h"
+#include "eswctl/errors.h"
 #include "eswctl/notation.h"
 #include "eswctl/output.h"
 

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// What arguments accept, and the small notations that all families share.
+#include "eswctl/kinds.h"
+
 #include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <optional>
 #include <utility>
 
-#include <esw.h>
 #include <fmt/format.h>
 
-#include "eswctl/command.h"
 #include "eswctl/notation.h"
 
 namespace eswctl {
@@ -26,7 +25,6 @@ std::optional<uint64_t> parse_number(const std::string &text)
     return error == std::errc() && end == last ? std::optional(value) : std::nullopt;
 }
 
-constexpr uint32_t class_a_device = 0x11140;
 constexpr uint64_t last_vid = 4095;
 
 // Six pairs of digits behind ':' or '-', or three groups of four behind '.'.
@@ -181,9 +179,6 @@ Kind mac_address()
 Mac to_mac(const Json &text) { return parse_mac(text.get<std::string>()).value(); }
 
 std::string from_mac(const uint8_t mac[6]) { return fmt::format("{:02x}", fmt::join(mac, mac + 6, ":")); }
-
-bool is_class_a() { return gESWID == class_a_device; }
-bool is_class_b() { return !is_class_a(); } // esw_init() accepts no others
 
 const char *on_or_off(bool on) { return on ? "on" : "off"; }
 

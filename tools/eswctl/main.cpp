@@ -8,6 +8,8 @@
 #include "eswctl/cli.h"
 #include "eswctl/connection.h"
 #include "eswctl/driver.h"
+#include "eswctl/dry_run.h"
+#include "eswctl/errors.h"
 #include "eswctl/output.h"
 #include "eswctl/terminal.h"
 

@@ -19,7 +19,7 @@ std::vector<std::string> split(const std::string &list)
     return items;
 }
 
-Json ascending(std::vector<uint32_t> numbers)
+std::vector<uint32_t> ascending(std::vector<uint32_t> numbers)
 {
     std::ranges::sort(numbers);
     numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());

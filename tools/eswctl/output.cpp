@@ -16,8 +16,9 @@
 
 #include <fmt/format.h>
 
-#include "eswctl/command.h"
 #include "eswctl/driver.h"
+#include "eswctl/dry_run.h"
+#include "eswctl/errors.h"
 #include "eswctl/terminal.h"
 
 namespace eswctl {

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Ports as all commands take and show them.
+#include "eswctl/ports.h"
+
 #include <algorithm>
 #include <utility>
 
 #include <fmt/format.h>
 
-#include "eswctl/command.h"
 #include "eswctl/driver.h"
+#include "eswctl/errors.h"
 #include "eswctl/notation.h"
 
 namespace eswctl {
@@ -103,7 +104,7 @@ std::vector<uint32_t> ports_in(const Json &given)
     std::vector<uint32_t> ports;
     for (const Json &item : given.flatten())
         ports.push_back(item.get<uint32_t>());
-    return ascending(std::move(ports)).get<std::vector<uint32_t>>();
+    return ascending(std::move(ports));
 }
 
 std::string name_ports(const std::vector<uint32_t> &ports)

@@ -3,7 +3,7 @@
 #include <esw.h>
 #include <fmt/format.h>
 
-#include "eswctl/driver.h"
+#include "eswctl/dry_run.h"
 #include "eswctl/families.h"
 #include "eswctl/output.h"
 

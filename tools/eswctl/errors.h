@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// Why a command ends early, and the library's result codes in words.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include <esw/types.h>
+
+namespace eswctl {
+
+// The command line is wrong: exit code 2.
+struct UsageError {
+    std::string message;
+};
+
+// The switch or the library refused: exit code 1.
+struct Refused {
+    std::string message;
+};
+
+// What a result code of the library means in one command, where that is more than it means everywhere.
+struct Meaning {
+    int32_t code;
+    std::string text;
+};
+using Meanings = std::vector<Meaning>;
+
+// Passes a library call's result on, or throws Refused: "cannot WHAT: ETH_E_PORT (...)".
+int32_t check(int32_t result, const std::string &what, const Meanings &meanings = {});
+std::string describe(int32_t result, const Meanings &meanings = {});
+
+} // namespace eswctl
