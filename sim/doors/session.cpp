@@ -21,7 +21,8 @@ struct BoardFile {
     const char *path;
     const char *stand_in;
 };
-constexpr BoardFile shm_files[] = {
+constexpr BoardFile stand_ins[] = {
+    {"/run/lock/esw.lock", "lock"}, // those who work on this switch wait for each other only
     {"/dev/shm/vid_list.cfg", "shm/vid_list.cfg"},
     {"/dev/shm/cfp_last_idx.cfg", "shm/cfp_last_idx.cfg"},
     {"/dev/shm/cfp_rule.cfg", "shm/cfp_rule.cfg"},
@@ -158,7 +159,7 @@ bool Session::serve(int descriptor, unsigned long number, void *argument, int &r
 
 bool Session::is_stand_in(dev_t device, ino_t inode) const
 {
-    for (const BoardFile &file : shm_files) {
+    for (const BoardFile &file : stand_ins) {
         char path[path_size];
         struct stat status = {};
         if (join_path(path, directory_, file.stand_in) && stat(path, &status) == 0 &&
@@ -175,7 +176,7 @@ const char *Session::redirect(const char *path, char (&to)[path_size]) const
     const char *stand_in = nullptr;
     if (strcmp(path, esw::control_device) == 0)
         stand_in = options_.device_route ? control_file : no_such_file;
-    for (const BoardFile &file : shm_files) {
+    for (const BoardFile &file : stand_ins) {
         if (strcmp(path, file.path) == 0)
             stand_in = file.stand_in;
     }

@@ -40,7 +40,7 @@ TEST_F(Eswctl, A64RuleSetIsRestoredBitByBit)
             EXPECT_EQ(eswctl(line, c.device, given).code, 0) << line;
         };
         done("cfp enable 1");
-        done("cfp restore -");
+        done("cfp restore --yes -");
         done("cfp save " + scratch("saved"));
         const std::string saved = contents(scratch("saved"));
         size_t at = 0;
@@ -50,9 +50,9 @@ TEST_F(Eswctl, A64RuleSetIsRestoredBitByBit)
         }
         EXPECT_EQ(eswctl("cfp set auto --data 1", c.device).error,
                   "eswctl: cannot write the rule: ETH_E_FULL (all slots are in use)\n");
-        done("cfp init");
+        done("cfp init --yes");
         done("cfp disable 1");
-        done("cfp restore " + scratch("saved"));
+        done("cfp restore --yes " + scratch("saved"));
         done("cfp save " + scratch("again"));
         EXPECT_EQ(contents(scratch("again")), saved);
     }

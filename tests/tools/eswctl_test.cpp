@@ -7,6 +7,7 @@
 #include <thread>
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include "tests/tools/schema.h"
 
@@ -30,6 +31,8 @@ Finished Eswctl::eswctl(const std::string &line, const std::string &launcher, co
 }
 
 namespace {
+
+using Json = nlohmann::json;
 
 TEST_F(Eswctl, SaysWhyThereIsNoSwitch)
 {
@@ -60,16 +63,46 @@ TEST_F(Eswctl, TraceHasALineForEachRequest)
                                "interface read  40:05 w32 -> 0x7d0\n");
 }
 
-TEST_F(Eswctl, TwoProcessesAtOnceLoseNothing)
+// Index, command and data of a table are requests of their own, and what others write comes in between.
+TEST_F(Eswctl, WritersAtOnceLoseNothing)
 {
-    const auto writer = [](int offset) {
-        return fmt::format("for i in 1 2 3 4 5 6 7 8; do " BIN_DIR "/eswctl reg write 0xe0 {} $i; done",
-                           offset);
+    constexpr int writers = 8, vlans_each = 6;
+    ASSERT_EQ(eswctl(fmt::format("vlan create 1-{}", writers * vlans_each)).code, 0);
+    std::string script = "set -e\n";
+    for (int writer = 0; writer < writers; ++writer) {
+        const int first = writer * vlans_each + 1;
+        script += fmt::format(
+            "(for v in $(seq {} {}); do {} vlan add $v {} untagged {}; {} protect set 0,1,8 {}; done) &\n",
+            first, first + vlans_each - 1, BIN_DIR "/eswctl", writer % 2 ? "0,8" : "1", writer % 2,
+            BIN_DIR "/eswctl", writer % 2 ? "on" : "off");
+    }
+    EXPECT_EQ(launch("", {"sh", "-c", script + "wait"}).error, "");
+    const Json vlans = Json::parse(eswctl("--json vlan show").out)["vlans"];
+    ASSERT_EQ(vlans.size(), writers * vlans_each);
+    for (const Json &row : vlans) {
+        const bool odd = (row["vid"].get<int>() - 1) / vlans_each % 2;
+        EXPECT_EQ(row["members"], odd ? Json({0, 8}) : Json::array({1})) << row;
+        EXPECT_EQ(row["untagged"], Json::array({odd ? 1 : 0})) << row;
+    }
+}
+
+TEST_F(Eswctl, CommandsWaitForWhoeverHoldsTheLock)
+{
+    const auto beside = [&](const std::string &holder, const std::string &line) {
+        return launch("", {"sh", "-c", fmt::format("{} & sleep 0.3; " BIN_DIR "/eswctl {}", holder, line)});
     };
-    EXPECT_EQ(launch("", {"sh", "-c", fmt::format("({}) & {}; wait $!", writer(1), writer(2))}).code, 0);
-    const Finished got = eswctl("reg read 0xe0 1 2 --width 8");
-    EXPECT_THAT(got.out,
-                testing::HasSubstr("0xe0  0x01               8  0x08\n0xe0  0x02               8  0x08\n"));
+    const std::string flock = "flock /run/lock/esw.lock sleep 2";
+    const Finished refused = beside(flock, "--wait 0 info");
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_THAT(refused.error, testing::HasSubstr("another program works on the switch; try again"));
+    EXPECT_THAT(beside(flock, "--wait 1 info").error, testing::HasSubstr("for 1 s; wait longer"));
+    const Finished waited = beside(flock, "info");
+    EXPECT_EQ(waited.code, 0);
+    EXPECT_EQ(waited.error,
+              "eswctl: another program works on the switch; waiting for its end (see --wait)\n");
+    // A watch between two looks, and a command that waits for its input, keep nobody waiting.
+    EXPECT_EQ(beside(BIN_DIR "/eswctl stat watch --count 1 --interval 2", "--wait 0 info").code, 0);
+    EXPECT_EQ(beside("sleep 2 | " BIN_DIR "/eswctl batch -", "--wait 0 info").code, 0);
 }
 
 TEST_F(Eswctl, LinkWatchTellsChangesAsTheyCome)
@@ -92,7 +125,7 @@ TEST_F(Eswctl, VlansWithADamagedMembershipFile)
     const std::string file = scratch("state") + "/0x2404/shm/vid_list.cfg";
     eswctl("info");
     std::ofstream(file) << std::string(5000, '0');
-    for (const char *line : {"vlan show", "vlan create 7", "vlan destroy-all"}) {
+    for (const char *line : {"vlan show", "vlan create 7", "vlan destroy-all --yes"}) {
         const Finished got = eswctl(line);
         EXPECT_EQ(got.code, 1) << line;
         EXPECT_THAT(got.error, testing::HasSubstr("WARNING file size not equals to 4096\neswctl: cannot "))
@@ -100,11 +133,11 @@ TEST_F(Eswctl, VlansWithADamagedMembershipFile)
         EXPECT_THAT(got.error, testing::HasSubstr(
                                    "vid_list.cfg cannot be read or written; eswctl vlan init makes it anew"));
     }
-    EXPECT_EQ(eswctl("vlan init").error, "");
+    EXPECT_EQ(eswctl("vlan init --yes").error, "");
     EXPECT_EQ(eswctl("vlan create 7").out, "VLAN 7: created\n");
     std::filesystem::remove(file);
     std::filesystem::create_directory(file);
-    EXPECT_THAT(eswctl("vlan init").error, testing::HasSubstr("open: Is a directory\n"));
+    EXPECT_THAT(eswctl("vlan init --yes").error, testing::HasSubstr("open: Is a directory\n"));
 }
 
 // Something in every part of the configuration.
@@ -121,15 +154,15 @@ TEST_F(Eswctl, ConfigurationSurvivesAWipe)
     for (const std::string device : {"0x2404", "0x11140", "0xD300"}) {
         SCOPED_TRACE(device);
         const std::string launcher = "--device " + device;
-        ASSERT_EQ(eswctl("batch -", launcher, everything).code, 0);
+        ASSERT_EQ(eswctl("batch --yes -", launcher, everything).code, 0);
         EXPECT_EQ(eswctl("save " + first, launcher).code, 0);
-        EXPECT_EQ(eswctl("restore " + first, launcher).out, "nothing to change\n");
+        EXPECT_EQ(eswctl("restore --yes " + first, launcher).out, "nothing to change\n");
         // The driver goes away in the middle: a second restore completes the first.
         if (device == "0x2404")
-            eswctl("restore " + first, launcher + " --reset --fault from=1500");
+            eswctl("restore --yes " + first, launcher + " --reset --fault from=1500");
         else
             launch(launcher + " --reset", {});
-        EXPECT_EQ(eswctl("restore " + first, launcher).code, 0);
+        EXPECT_EQ(eswctl("restore --yes " + first, launcher).code, 0);
         EXPECT_EQ(eswctl("save " + second, launcher).code, 0);
         EXPECT_EQ(contents(first), contents(second));
     }

@@ -29,10 +29,10 @@ TEST_F(Eswctl, WatchShowsRatesOfTraffic)
     }
 
     // Traffic goes on through a reset of the switch, and ends where the launcher says so.
-    EXPECT_EQ(eswctl("reset").code, 0);
+    EXPECT_EQ(eswctl("reset --yes").code, 0);
     EXPECT_EQ(launch("--traffic 0=0", {}).code, 0);
     EXPECT_THAT(eswctl("stat show 0 --counter 18 26 --json").out, Not(HasSubstr("\"port0\": 0")));
-    EXPECT_EQ(eswctl("stat clear").code, 0);
+    EXPECT_EQ(eswctl("stat clear --yes").code, 0);
     EXPECT_EQ(eswctl("stat show").out, "all counters are zero\n");
 }
 

@@ -4,7 +4,7 @@
 
 #include <fmt/format.h>
 
-#include "eswctl/driver.h"
+#include "eswctl/dry_run.h"
 #include "eswctl/families.h"
 
 namespace eswctl {

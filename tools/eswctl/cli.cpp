@@ -199,7 +199,7 @@ void check_commands(const CLI::App &app, const std::vector<std::string> &words)
 {
     const CLI::App *at = &app;
     for (size_t i = 0; i < words.size() && !commands_of(*at).empty(); ++i) {
-        if (words[i] == "-i" || words[i] == "--interface")
+        if (words[i] == "-i" || words[i] == "--interface" || words[i] == "--wait")
             ++i;
         else if (!words[i].starts_with('-')) {
             const auto accepted = commands_of(*at);
@@ -254,15 +254,26 @@ UsageError explain(const CLI::ParseError &error, CLI::App &app, const Invocation
     return {fmt::format("{}; see {} --help", error.what(), full_name(at))};
 }
 
+// The last one given counts.
+Json parse_last(const CLI::App &app, const std::string &name)
+{
+    const std::vector<Argument> options = global_options();
+    const auto option = std::ranges::find_if(
+        options, [&](const Argument &argument) { return argument.name.ends_with(name); });
+    return parse_one(*option, app.get_option(name)->results().back());
+}
+
 GlobalOptions global(const CLI::App &app)
 {
     GlobalOptions options;
-    if (const CLI::Option &interface = *app.get_option("--interface"); interface.count() != 0)
-        options.interface = parse_one(global_options().front(), interface.results().back());
+    if (app.count("--interface") != 0)
+        options.interface = parse_last(app, "--interface");
+    if (app.count("--wait") != 0)
+        options.wait = parse_last(app, "--wait");
     options.json = app.count("--json") != 0;
     options.trace = app.count("--trace") != 0;
     options.dry_run = app.count("--dry-run") != 0;
-    for (const char *option : {"--interface", "--json", "--trace", "--dry-run"}) {
+    for (const char *option : {"--interface", "--wait", "--json", "--trace", "--dry-run"}) {
         if (app.count(option) != 0)
             options.given = option;
     }
@@ -284,6 +295,10 @@ std::vector<Argument> global_options()
     return {
         {"-i,--interface", "network interface of the switch (default eth0)", interface},
         {"-j,--json", "print JSON", {}},
+        {"--wait",
+         "wait at most so long while another program works on the switch; 0 fails at once (default no "
+         "limit)",
+         number(0, 24 * 60 * 60, "seconds")},
         {"--trace", "print each driver request on standard error", {}},
         {"--dry-run", "withhold every write, and print what would change", {}},
     };
@@ -320,8 +335,7 @@ Parsed parse(const std::vector<std::string> &given)
 Report execute(const Parsed &parsed)
 {
     const Command &command = *parsed.command;
-    if (command.asks && !parsed.yes && !withholds_writes() &&
-        !confirm(fmt::format("{}. Go on?", command.summary)))
+    if (command.asks && !parsed.yes && !withholds_writes() && !confirm(command.summary))
         throw Refused{"not done"};
     Report report = command.run(parsed.arguments);
     check_requests();

@@ -6,11 +6,13 @@
 #include <vector>
 
 #include "eswctl/command.h"
+#include "eswctl/turn.h"
 
 namespace eswctl {
 
 struct GlobalOptions {
     std::string interface = "eth0";
+    uint64_t wait = no_limit;
     bool json = false;
     bool trace = false;
     bool dry_run = false;

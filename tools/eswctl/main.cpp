@@ -12,6 +12,7 @@
 #include "eswctl/errors.h"
 #include "eswctl/output.h"
 #include "eswctl/terminal.h"
+#include "eswctl/turn.h"
 
 namespace {
 
@@ -26,8 +27,8 @@ int fail(int code, const std::string &message)
     return code;
 }
 
-// A command that fails half way has changed something until then.
-void dry_run(const Parsed &parsed)
+// A command that fails half way has changed something until then; as JSON, a failure prints nothing.
+Report dry_run(const Parsed &parsed)
 {
     withhold_writes();
     silence(true);
@@ -38,24 +39,31 @@ void dry_run(const Parsed &parsed)
         failure = std::current_exception();
     }
     silence(false);
-    emit(withheld_changes());
-    if (failure)
-        std::rethrow_exception(failure);
+    Report changes = withheld_changes();
+    if (!failure)
+        return changes;
+    if (!printing_json())
+        emit(changes);
+    std::rethrow_exception(failure);
 }
 
 void run(const Parsed &parsed)
 {
     const GlobalOptions &options = parsed.options;
     print_as_json(options.json);
-    std::optional<Connection> connection;
-    if (!parsed.command->offline)
-        connection.emplace(options.interface);
-    if (options.trace)
-        trace_requests();
-    if (options.dry_run)
-        dry_run(parsed);
-    else
-        emit(execute(parsed));
+    Report report;
+    {
+        std::optional<Turn> turn;
+        std::optional<Connection> connection;
+        if (!parsed.command->offline) {
+            turn.emplace(options.wait);
+            connection.emplace(options.interface);
+        }
+        if (options.trace)
+            trace_requests();
+        report = options.dry_run ? dry_run(parsed) : execute(parsed);
+    }
+    emit(report);
 }
 
 } // namespace

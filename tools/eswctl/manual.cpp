@@ -67,6 +67,8 @@ Each invocation is one command. A command that shows prints a table or a list, o
 that changes something prints what it has done. What the library itself has to say appears on standard
 error.
 .PP
+Commands that destroy something ask first. Where there is no terminal to ask on, they need \fB\-\-yes\fR.
+.PP
 Numbers are decimal, or hexadecimal with 0x. Ports are a list such as 0,8, or all; where nothing follows
 them, several words will do. VIDs are a list of
 numbers and ranges such as 10\-20,30. A MAC address has colons, hyphens or three groups with dots.
@@ -112,6 +114,12 @@ The command line is wrong. A line on standard error says what is accepted.
 .TP
 .I /dev/esw-ctl
 The switch's control device. Without it, requests go to the network interface that \fB\-i\fR names.
+.TP
+.I /run/lock/esw.lock
+Each command that talks to the switch holds a lock on this file meanwhile, so that no two of them mix up each other's
+requests; a watch holds it only while it looks. In its place
+.I /dev/shm/esw.lock
+where the directory does not exist.
 .TP
 .I /dev/shm/vid_list.cfg
 Which VLANs exist.

@@ -20,6 +20,7 @@
 #include "eswctl/dry_run.h"
 #include "eswctl/errors.h"
 #include "eswctl/terminal.h"
+#include "eswctl/turn.h"
 
 namespace eswctl {
 namespace {
@@ -57,6 +58,9 @@ void emit(const Report &report)
     if (report.value.is_null() || silent_now)
         return;
     hide_progress();
+    std::optional<UnlockedWhile> printing;
+    if (report.one_of_many)
+        printing.emplace();
     print_or_throw(as_json_documents ? as_json(report) : as_text(report));
 }
 
@@ -83,6 +87,7 @@ void LiveView::emit(const Report &report)
     for (const std::string &line : lines)
         shown += fmt::format("\r{:.{}}\033[K\n", line, size->columns);
     lines_ = lines.size();
+    const UnlockedWhile printing;
     print_or_throw(shown + "\033[J");
 }
 
@@ -90,6 +95,7 @@ bool wait_for_next(double seconds)
 {
     if (silent_now) // of a watch that nobody sees, one look is enough
         return false;
+    const UnlockedWhile sleeping;
     struct sigaction action = {};
     action.sa_handler = note_interrupt;
     sigaction(SIGINT, &action, nullptr);
@@ -101,6 +107,8 @@ bool wait_for_next(double seconds)
     }
     return !interrupted;
 }
+
+bool was_interrupted() { return interrupted != 0; }
 
 Progress::Progress(std::string what, size_t total)
     : what_(std::move(what)), total_(total), columns_(error_terminal().value_or(TerminalSize{}).columns),
@@ -177,6 +185,7 @@ std::string read_file(const std::string &path)
             throw Refused{fmt::format("cannot read {}: {}", name_file(path), strerror(errno))};
     }
     std::istream &stream = path == "-" ? std::cin : file;
+    const UnlockedWhile reading; // somebody may be typing
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 

@@ -27,6 +27,7 @@ void silence(bool silent);
 
 // Sleeps. False when the user pressed Ctrl-C: the command then ends in order.
 bool wait_for_next(double seconds);
+bool was_interrupted();
 
 // Shows the states of a watch in one place of a terminal, cut to its size; elsewhere one after another.
 class LiveView {

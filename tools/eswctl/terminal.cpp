@@ -13,6 +13,9 @@
 
 #include <fmt/format.h>
 
+#include "eswctl/errors.h"
+#include "eswctl/turn.h"
+
 namespace eswctl {
 namespace {
 
@@ -71,8 +74,9 @@ std::optional<TerminalSize> error_terminal() { return terminal_behind(STDERR_FIL
 bool confirm(const std::string &question)
 {
     if (!isatty(STDIN_FILENO) || !isatty(STDERR_FILENO))
-        return true;
-    tell(question + " [y/N] ");
+        throw UsageError{fmt::format("{}: there is no terminal to ask on; use --yes", question)};
+    const UnlockedWhile asking;
+    tell(question + ". Go on? [y/N] ");
     std::string answer;
     std::getline(std::cin, answer);
     return answer == "y" || answer == "Y" || answer == "yes";
