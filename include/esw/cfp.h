@@ -41,8 +41,9 @@ typedef struct {
  * "%s: switch (0x%X) NOT supported!\n" with their name and the device ID on standard output.
  *
  * Searches for a free slot take turns through the table: /dev/shm/cfp_last_idx.cfg holds the slot that the
- * last one chose (4 bytes, a signed number in the host's byte order). Nothing locks that file: processes and
- * threads that search at the same time can choose the same slot. */
+ * last one chose (4 bytes, a signed number in the host's byte order, mode 0600). Nothing is locked between a
+ * search and the writing of its slot: processes and threads that search at the same time can choose the same
+ * slot. */
 
 /* Makes a record the rule of a free slot: all words 0; on class B the rate mode (bits 4..3 of policer[0])
  * is 3. No register access. */
@@ -100,20 +101,24 @@ int32_t eth_cfp_enable_get(uint32_t port, uint32_t *enabled);
 /* ---- Rule file ------------------------------------------------------------------------------------------
  *
  * /dev/shm/cfp_rule.cfg parks one rule: the record's 124 bytes in the host's byte order, mode 0600. No
- * register access; neither call needs esw_init(), and neither locks the file. */
+ * register access; neither call needs esw_init(). The two keep each other out with a flock() on the file, in
+ * threads and processes: a load gives a whole rule as one store parked it. When another program keeps such a
+ * lock for some seconds, they fail. A symbolic link is not followed, and what is no regular file fails. */
 
 /* Parks a rule in place of the one parked before.
  *
- * Returns 0; ETH_E_FAIL when the file can't be opened (perror "open") or written (perror "write", or on
- * standard output "Warning: write doesn't return expected number of bytes"). */
+ * Returns 0; ETH_E_FAIL when the file can't be opened (perror "open") or locked and written (perror "write",
+ * and the rule parked before stays; or on standard output "Warning: write doesn't return expected number of
+ * bytes", and no rule is parked then). */
 int32_t eth_cfp_rule_store(const eth_cfp_rule_t *rule);
 
 /* Fetches the parked rule. A missing file is created empty; an empty file yields 31 words of 0.
  *
  * rule: out. Untouched on failure.
  *
- * Returns 0; ETH_E_FAIL when the file can't be opened (perror "open") or examined (perror "fstat"), can't be
- * read whole (silently), or has another size ("\nWARNING file size not equals to 124" on standard output). */
+ * Returns 0; ETH_E_FAIL when the file can't be opened (perror "open") or locked and examined (perror
+ * "fstat"), can't be read whole (silently), or has another size ("\nWARNING file size not equals to 124" on
+ * standard output). */
 int32_t eth_cfp_rule_load(eth_cfp_rule_t *rule);
 
 /* ---- User-defined fields and initialisation -------------------------------------------------------------

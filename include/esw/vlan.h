@@ -12,19 +12,22 @@ ESW_BEGIN_DECLS
  *
  * The switch's VLAN table knows the ports of each VID, not which VLANs exist. That is kept in the file
  * /dev/shm/vid_list.cfg, which all processes share: 4096 bytes, byte N '1' when VLAN N exists and '0' when it
- * does not. It lasts until a reboot, or until somebody removes it. Nothing is cached: each call opens, maps
- * and closes the file. It is not locked: processes that change different VLANs at once lose nothing, but
- * init_vid_list() leaves the file empty for a moment, and a process that is just then inside get_vid() or
- * set_vid() may fail or be killed by SIGBUS. Create the file before the others start.
+ * does not. It lasts until a reboot, or until somebody removes it. Nothing is cached: each call opens and
+ * closes the file.
+ *
+ * Threads and processes may use it at once, on the same VID or on different ones. Several may find it
+ * missing: whoever comes first makes it, with a flock() on it, and nobody loses a VLAN. Only a file that does
+ * not exist is created. A symbolic link is not followed, and what is no regular file fails.
  *
  * The calls below are what the VLAN calls are built on; an application rarely needs them. They touch no
  * register. A message with perror is followed by the system's error text. */
 
-/* Creates the file, or makes an existing one anew, with no VLAN in it. Permissions: 0600, less the umask.
+/* Creates the file, or makes an existing one anew, with no VLAN in it. Permissions: 0600, less the umask. The
+ * file never has fewer than 4096 bytes meanwhile, and keeps what it has when the call fails.
  *
- * Returns 0; ETH_E_FAIL.
+ * Returns 0; ETH_E_FAIL, also when another program keeps a flock() on the file for some seconds.
  * Prints perror "open" or "write", or "Warning: write doesn't return expected number of bytes" (standard
- * output, no line feed) when the file system is full.
+ * output, no line feed).
  * Lock: none. */
 int32_t init_vid_list(void);
 
@@ -33,10 +36,12 @@ int32_t init_vid_list(void);
  * vid: 0 to 4095.
  *
  * Returns 1 when it exists, 0 when it does not; for a byte other than '0' and '1' that byte (0 to 255) minus
- * 48; for a missing file the result of init_vid_list(), so 0 when it could be created. ETH_E_FAIL for another
- * VID, and for a file that can't be read or mapped or does not have 4096 bytes.
- * Prints to standard output "\nError: vid>4095", "No vlan file found, calling vlan init!\n" or "WARNING file
- * size not equals to 4096" (nothing for an empty file); perror "fstat" or "\nget_vid: mmap".
+ * 48. ETH_E_FAIL for another VID, and for a file that can't be created, opened or read or does not have 4096
+ * bytes.
+ * Prints to standard output "\nError: vid>4095", "WARNING file size not equals to 4096" (nothing for an empty
+ * file), or, when the file can't be opened, "No vlan file found, calling vlan init!\n"; perror "open" where
+ * it exists all the same, "fstat" or "\nget_vid: mmap" where its byte can't be read; and what
+ * init_vid_list() prints.
  * Lock: none. */
 int32_t get_vid(uint16_t vid);
 
@@ -47,10 +52,12 @@ int32_t get_vid(uint16_t vid);
  * vid:   0 to 4095.
  * value: non-zero when the VLAN exists.
  *
- * Returns 0; ETH_E_FAIL for another VID, and for a file that can't be created, extended or mapped.
- * Prints to standard output "\nError: vid>4095", "No vlan file found, calling vlan init\n" or "\nWARNING file
- * size not equals to 4096"; perror "fstat" or, after a rest of one second, "\nset_vid: mmap". Flushes
- * standard output before it maps the file.
+ * Returns 0; ETH_E_FAIL for another VID, and for a file that can't be created, opened, extended, written or
+ * mapped.
+ * Prints to standard output "\nError: vid>4095", "\nWARNING file size not equals to 4096", or, when the file
+ * can't be opened, "No vlan file found, calling vlan init\n"; perror "open" where it exists all the same,
+ * "fstat", "write" or, after a rest of one second, "\nset_vid: mmap"; and what init_vid_list() prints.
+ * Flushes standard output before it writes to the file.
  * Lock: none. */
 int32_t set_vid(uint16_t vid, int32_t value);
 

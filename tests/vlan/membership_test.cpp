@@ -7,7 +7,9 @@
 #include <optional>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -22,8 +24,10 @@ namespace {
 struct Watch {
     test::Lines log;
     int map_error = 0;
+    int page_error = 0;
     int stat_error = 0;
     std::optional<ssize_t> written;
+    std::function<void()> before_lock;
 };
 Watch *watched = nullptr;
 
@@ -31,16 +35,25 @@ constinit sim::Next next_mmap{&mmap, "mmap"};
 constinit sim::Next next_fstat{&fstat, "fstat"};
 constinit sim::Next next_fflush{&fflush, "fflush"};
 constinit sim::Next next_write{&write, "write"};
+constinit sim::Next next_pread{&pread, "pread"};
+constinit sim::Next next_pwrite{&pwrite, "pwrite"};
 constinit sim::Next next_msync{&msync, "msync"};
 constinit sim::Next next_munmap{&munmap, "munmap"};
+constinit sim::Next next_flock{&flock, "flock"};
 constinit sim::Next next_usleep{&usleep, "usleep"};
 
 bool note(const std::string &line, int descriptor = -1)
 {
     if (!watched)
         return false;
-    const int flags = descriptor < 0 ? 0 : fcntl(descriptor, F_GETFL) & (O_ACCMODE | O_SYNC);
-    watched->log.push_back(descriptor < 0 ? line : fmt::format("{} open for {:#o}", line, flags));
+    if (descriptor < 0) {
+        watched->log.push_back(line);
+        return true;
+    }
+    const int flags = fcntl(descriptor, F_GETFL) & (O_ACCMODE | O_SYNC);
+    const bool safe = (fcntl(descriptor, F_GETFL) & (O_NOFOLLOW | O_NONBLOCK)) == (O_NOFOLLOW | O_NONBLOCK) &&
+                      (fcntl(descriptor, F_GETFD) & FD_CLOEXEC) != 0;
+    watched->log.push_back(fmt::format("{} open for {:#o}{}", line, flags, safe ? "" : " unsafely"));
     return true;
 }
 
@@ -72,6 +85,24 @@ int munmap(void *at, size_t size) noexcept
 {
     note(fmt::format("munmap {}", size));
     return next_munmap(at, size);
+}
+
+int flock(int descriptor, int kind) noexcept
+{
+    if (watched && watched->before_lock)
+        std::exchange(watched->before_lock, nullptr)();
+    note(fmt::format("flock {}", kind));
+    return next_flock(descriptor, kind);
+}
+
+ssize_t pread(int descriptor, void *to, size_t size, off_t offset)
+{
+    return watched && (errno = watched->page_error) != 0 ? -1 : next_pread(descriptor, to, size, offset);
+}
+
+ssize_t pwrite(int descriptor, const void *from, size_t size, off_t offset)
+{
+    return watched && (errno = watched->page_error) != 0 ? -1 : next_pwrite(descriptor, from, size, offset);
 }
 
 int fflush(FILE *file)
@@ -113,7 +144,11 @@ std::string with_10(std::string bytes) { return bytes.replace(10, 1, "1"); }
 
 class Membership : public Board {
 protected:
-    void put(const std::string &bytes) const { std::ofstream(file) << bytes; }
+    void put(const std::string &bytes) const
+    {
+        std::ofstream(file) << (bytes[0] ? bytes : "");
+        fs::resize_file(file, bytes.size());
+    }
 
     // "result: standard output, standard error"
     std::string outcome(const std::function<int32_t()> &call)
@@ -147,6 +182,7 @@ TEST_F(Membership, ReaderAndWriterOnEveryStateOfTheFile)
         {with_10(none), "1: ", "0: ", with_10(none)},
         {other, "207: ", "0: ", with_10(other)},
         {none + '0', sized, stored, with_10(none + '0')},
+        {std::string(4096, '\0'), "-48: ", "0: ", with_10(std::string(4096, '\0'))}, // a hole
     };
     for (const auto &state : states) {
         const auto prepare = [&] { state.before ? put(*state.before) : void(fs::remove(file)); };
@@ -159,17 +195,55 @@ TEST_F(Membership, ReaderAndWriterOnEveryStateOfTheFile)
     }
 }
 
-TEST_F(Membership, WhatCannotBeOpenedFailsWithTheReasonOfTheCreation)
+// Anyone may plant something, and a program may have run out of descriptors: nothing is touched then.
+TEST_F(Membership, OnlyAMissingFileIsCreated)
 {
-    fs::create_symlink("vid_list.cfg", file); // unreadable whoever asks
-    const std::string reason = "open: Too many levels of symbolic links\n";
-    EXPECT_EQ(outcome(read_10), "-1: " + missing + "!\n" + reason);
-    EXPECT_EQ(outcome(write_10), "-1: " + missing + '\n' + reason);
+    const std::string victim = file + ".victim";
+    const std::string lost = missing + "!\n";
+    const std::string linked = "open: Too many levels of symbolic links\n";
+    const std::string odd = "No such device or address\n";
+    const struct {
+        std::function<void()> plant;
+        std::string read, written, made;
+    } plants[] = {
+        {[&] { fs::create_symlink(victim, file); }, lost + linked, missing + '\n' + linked, linked},
+        {[&] { fs::create_symlink("nowhere", file); }, lost + linked, missing + '\n' + linked, linked},
+        {[&] { mkfifo(file.c_str(), 0600); }, "fstat: " + odd, "fstat: " + odd, "open: " + odd},
+        {[&] { fs::create_directory(file); }, "fstat: " + odd, missing + "\nopen: Is a directory\n",
+         "open: Is a directory\n"},
+    };
+    std::ofstream(victim) << "precious";
+    for (const auto &[plant, read, written, made] : plants) {
+        plant();
+        EXPECT_EQ(outcome(read_10), "-1: " + read);
+        EXPECT_EQ(outcome(write_10), "-1: " + written);
+        EXPECT_EQ(outcome(init_vid_list), "-1: " + made);
+        fs::remove(file);
+    }
+    EXPECT_EQ(fs::file_size(victim), 8);
+
+    mkfifo(file.c_str(), 0600);
+    const int reader = open(file.c_str(), O_RDONLY | O_NONBLOCK);
+    char byte;
+    EXPECT_EQ(outcome(init_vid_list), "-1: write: " + odd) << "a FIFO that somebody reads";
+    EXPECT_EQ(read(reader, &byte, 1), 0);
+    close(reader);
     fs::remove(file);
-    fs::create_directory(file); // opens for reading; its size depends on the file system
-    EXPECT_THAT(outcome(read_10),
-                testing::AnyOf("-1: ", "-1: " + warning, "-1: \nget_vid: mmap: No such device\n"));
-    EXPECT_EQ(outcome(write_10), "-1: " + missing + "\nopen: Is a directory\n");
+
+    put(with_10(none));
+    rlimit limit;
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const rlimit none_left{static_cast<rlim_t>(open("/", O_PATH)), limit.rlim_max};
+    close(static_cast<int>(none_left.rlim_cur));
+    const auto starved = [&] {
+        setrlimit(RLIMIT_NOFILE, &none_left);
+        const int32_t result = read_10() * 10 + write_10();
+        setrlimit(RLIMIT_NOFILE, &limit);
+        return result;
+    };
+    const std::string full = "open: Too many open files\n";
+    EXPECT_EQ(outcome(starved), "-11: " + lost + missing + '\n' + full + full);
+    EXPECT_EQ(contents(file), with_10(none));
 }
 
 TEST_F(Membership, CallsOfTheCLibrary)
@@ -177,13 +251,13 @@ TEST_F(Membership, CallsOfTheCLibrary)
     const mode_t before = umask(0);
     EXPECT_EQ(outcome(init_vid_list), "0: ");
     umask(before);
-    EXPECT_THAT(calls.log, ElementsAre("write open for 01"));
+    EXPECT_THAT(calls.log, ElementsAre("flock 6", "fstat open for 01", "write open for 01", "flock 8"));
     EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
     outcome(write_10);
     EXPECT_THAT(calls.log, ElementsAre("fstat open for 04010002", "fflush", "mmap 4096 prot 3 flags 1",
                                        "msync 4096 flags 4", "munmap 4096"));
     outcome(read_10);
-    EXPECT_THAT(calls.log, ElementsAre("fstat open for 0", "mmap 4096 prot 1 flags 2", "munmap 4096"));
+    EXPECT_THAT(calls.log, ElementsAre("fstat open for 0"));
     put(none + "junk");
     EXPECT_EQ(outcome(init_vid_list), "0: ");
     EXPECT_EQ(contents(file), none);
@@ -196,19 +270,66 @@ TEST_F(Membership, FailuresAreTold)
     EXPECT_FALSE(fs::exists(file));
     put("");
     calls.written = -1;
-    EXPECT_EQ(outcome(write_10), "-1: \n" + warning) << "nothing to store into";
+    EXPECT_EQ(outcome(write_10), "-1: \n" + warning + "write: No space left on device\n");
     EXPECT_EQ(outcome(init_vid_list), "-1: write: No space left on device\n");
     calls.written = 100;
     EXPECT_EQ(outcome(init_vid_list), "-1: Warning: write doesn't return expected number of bytes");
+    fs::resize_file(file, 4096);
+    calls.page_error = ENOSPC;
+    EXPECT_EQ(outcome(read_10), "-1: \nget_vid: mmap: No space left on device\n");
+    EXPECT_EQ(outcome(write_10), "-1: write: No space left on device\n") << "a page that the file lacks";
     put(none);
     calls.map_error = ENOMEM;
-    EXPECT_EQ(outcome(read_10), "-1: \nget_vid: mmap: Cannot allocate memory\n");
     EXPECT_EQ(outcome(write_10), "-1: \nset_vid: mmap: Cannot allocate memory\n");
     EXPECT_EQ(calls.log.back(), "usleep 1000000");
     calls.stat_error = EIO;
     EXPECT_EQ(outcome(read_10), "-1: fstat: Input/output error\n");
     EXPECT_EQ(outcome(write_10), "-1: fstat: Input/output error\n");
     EXPECT_EQ(contents(file), none);
+    const int other = open(file.c_str(), O_RDONLY);
+    flock(other, LOCK_SH);
+    calls.stat_error = 0;
+    EXPECT_EQ(outcome(init_vid_list), "-1: write: Resource temporarily unavailable\n") << "locked for ever";
+    EXPECT_THAT(calls.log, testing::Contains("usleep 100").Times(19999));
+    close(other);
+}
+
+// Two find the file missing; while one has made it but not filled it, the other one creates its VLAN.
+TEST_F(Membership, WhoeverFindsTheFileMissingLosesNothing)
+{
+    start();
+    const auto both = [&] {
+        int32_t inner = -1;
+        calls.before_lock = [&] { inner = eth_vlan_create(20); };
+        return eth_vlan_create(10) * 10 + inner;
+    };
+    EXPECT_EQ(outcome(both), "0: " + missing + "!\n");
+    EXPECT_EQ(contents(file), with_10(none).replace(20, 1, "1"));
+
+    const auto killed = [&] { close(open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 01600)); };
+    for (const auto &call : {read_10, write_10}) {
+        fs::remove(file);
+        killed(); // before it filled the file
+        EXPECT_EQ(outcome(call), "0: ");
+        EXPECT_EQ(contents(file), call == read_10 ? none : with_10(none));
+        EXPECT_EQ(fs::status(file).permissions(), fs::perms{0600});
+    }
+}
+
+TEST_F(Membership, MakingTheListAnewHurtsNobody)
+{
+    put(none);
+    const pid_t other = fork();
+    for (int round = 0; other == 0 && round < 3000; ++round) {
+        if (init_vid_list() != 0)
+            _exit(1);
+    }
+    if (other == 0)
+        _exit(0);
+    int status = 0;
+    while (waitpid(other, &status, WNOHANG) == 0)
+        EXPECT_EQ(get_vid(4095) * 10 + set_vid(4095, 0), 0);
+    EXPECT_EQ(status, 0);
 }
 
 // Two processes create and destroy neighbours; neither may lose what the other does.

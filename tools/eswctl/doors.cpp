@@ -49,7 +49,8 @@ int open(const char *path, int flags, ...)
     va_start(rest, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
     va_end(rest);
-    return next(withholds_writes() ? withheld_place(path, flags).c_str() : path, flags, mode);
+    const std::string place = withholds_writes() ? withheld_place(path, flags) : path;
+    return next(place.c_str(), place == path ? flags : flags & ~O_NOFOLLOW, mode); // a copy's path is a link
 }
 
 } // extern "C"
