@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include <cerrno>
+
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
@@ -34,7 +36,9 @@ int32_t exchange(uint32_t port, ethtool_eee &eee, const uint32_t *enable)
         eee.eee_enabled = *enable;
         result = send(own, request_eee_write, ETHTOOL_SEEE, port, eee);
     }
-    shutdown(own.descriptor(), SHUT_RDWR);
+    const int error = errno;
+    shutdown(own.descriptor(), SHUT_RDWR); // fails: nothing is connected
+    errno = error;
     return result;
 }
 

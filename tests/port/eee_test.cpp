@@ -67,6 +67,7 @@ TEST_F(EnergyEfficientEthernet, SetWritesOnlyWhatDiffers)
     for (const auto &c : cases) {
         options().failing_request = c.failing;
         EXPECT_EQ(traffic([&] { EXPECT_EQ(eth_eee_set(c.port, c.enable), c.result); }), c.requests);
+        EXPECT_TRUE(c.result != -1 || errno == EIO) << "the failed request's errno: " << errno;
     }
     EXPECT_EQ(state().eee[0].advertised, 0x8U) << "the rest goes back as it was read";
 }
