@@ -13,7 +13,7 @@ DeviceClass device_class();
 inline bool is_class_a() { return device_class() == DeviceClass::a; }
 inline bool is_class_b() { return device_class() == DeviceClass::b; }
 
-// The later class B chips: their PHY addresses and their DSCP map sit elsewhere.
+// The class B chips whose PHY addresses and DSCP map sit elsewhere.
 bool is_late_class_b();
 
 } // namespace esw

@@ -9,7 +9,7 @@
  * 2. Results. A call that has a result returns ETH_E_NONE (0) or a negative ETH_E_* code (esw/types.h);
  *    exceptions are named where they are documented. Most calls do not look at the result of single register
  *    requests: a failed request shows as the message that its primitive prints (esw/core.h), as an all-ones
- *    reading, or as a wait that times out.
+ *    reading, or as a wait that times out. A change of some bits whose read failed sets all the others.
  *
  * 3. Checks. Arguments are checked before any register access, in the order device class (where the call
  *    has one), port, other arguments. When a check fails, nothing is written to the switch. Exceptions are
@@ -28,7 +28,8 @@
  * 7. Threads. "Lock: held" means that the call holds the library's one switch lock (one mutex a process)
  *    during all its register accesses; such calls may run concurrently with each other. "Lock: none" means
  *    that the call takes no lock: the application must not run it at the same time as another call that
- *    touches the same registers. The lock does not reach other processes.
+ *    touches the same registers. Requests to PHYs are no register accesses. The lock does not reach other
+ *    processes.
  *
  * 8. Device classes. Class A is the device ID 0x11140; class B are 0x2360, 0xD300, 0xD310 to 0xD314, 0x2404,
  *    0x2407, 0x2409 and 0x5075. The class is derived from gESWID (esw/core.h) at each call.
@@ -36,8 +37,10 @@
  * 9. Messages. Diagnostics go to standard output (printf, puts), to standard error (perror) or to syslog,
  *    without openlog; each call names what it prints.
  *
- * 10. Registers are written PAGE:OFFSET/WIDTH in hexadecimal (width in bits, decimal), as in 02:30/32. Bits
- *    are numbered from 0. "Sets", "clears" and "replaces" bits means two requests, a read and then a write.
+ * 10. Registers are written PAGE:OFFSET/WIDTH, as in 02:30/32. Page and offset are hexadecimal, in formulas
+ *    such as 05:(10 + 10 * BIN) too. The width is the number of bits, decimal, with which the library
+ *    addresses the register: a MAC address is the low 48 bits of 64. Bits are numbered from 0. "Sets",
+ *    "clears" and "replaces" bits means two requests, a read and then a write.
  */
 #ifndef ESW_H
 #define ESW_H

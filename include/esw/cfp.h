@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: LGPL-2.1-or-later */
 /* libesw: the field processor (CFP), which matches frames against 64 rules and acts on them.
- * The numbered conventions are in esw.h. No call here takes the switch lock.
+ * The numbered conventions are in esw.h. Lock: none, for every call here.
  *
  * A rule travels as one record, an image of the registers through which the switch takes and gives it. To
  * make one: eth_cfp_rule_t_init(), fill data and mask, apply action builders and policer setters, then hand
@@ -35,7 +35,9 @@ typedef struct {
 /* ---- Rule table -----------------------------------------------------------------------------------------
  *
  * Each transfer of a slot takes one command (A0:00/32) for each of the slot's RAMs (selects 1, 2, 4, 8 and
- * 16, on class B 24 too); after each, A0:00 is read until bit 0 is clear, at most 101 times without a pause.
+ * 16, on class B 24 too): the slot in bits 31..16, the select in bits 14..10, and below them 0x3 to read or
+ * 0x5 to write. The command 0x11 clears the table. After each command A0:00 is read until bit 0 is clear, at
+ * most 101 times without a pause.
  *
  * On a device of neither class, eth_cfp_rule_get() and eth_cfp_rule_set() print
  * "%s: switch (0x%X) NOT supported!\n" with their name and the device ID on standard output.
@@ -64,9 +66,10 @@ int32_t eth_cfp_rule_get(uint32_t index, eth_cfp_rule_t *rule);
  * class B a rule whose rate mode is not 3 then sets bit 2 of A0:04/32, which no call clears.
  *
  * index: slot, 0 to 63, in use or not; below 0: the first free one that a search finds. The search reads
- * slots from the one in /dev/shm/cfp_last_idx.cfg on (from 0 when the file is missing, empty, unreadable, of
- *        another size or holds no slot), 0 following 63, and saves the one it finds before the rule is
- * written. rule:  by value.
+ *        slots from the one in /dev/shm/cfp_last_idx.cfg on (from 0 when the file is missing, which creates
+ *        it, empty, unreadable, of another size or holds no slot), 0 following 63, and saves the one it finds
+ *        before the rule is written.
+ * rule:  by value.
  *
  * Returns the slot written, 0 to 63; ETH_E_PARAM for an index above 63, checked first; ETH_E_UNSUPPORTED on a
  * device of neither class; ETH_E_FULL when no slot is free: nothing is written; ETH_E_TIMEOUT as soon as a
@@ -157,15 +160,16 @@ int32_t eth_cfp_init(void);
  * in the units of the switch's meters. On another class than the one named they return ETH_E_UNSUPPORTED and
  * leave the record alone; otherwise 0. */
 
-/* Class A: the rate and the bucket. Uses lists that esw_init() builds.
+/* Class A: the rate and the bucket, in policer[0] and policer[1]. Uses lists that esw_init() builds.
  *
- * rate:  rounded down to a permitted refresh count, 0 to 1024000 (steps of 64, 1024 and 8192); its index goes
- * to bits 7..0 of policer[1]. burst: rounded down to 16 << (10 - S) for a shift S of 0 to 10, 16 to 16384;
- * policer[0] becomes 0xFFFFFF >> S, bits 11..8 of policer[1] S, and its bit 31 is set. */
+ * rate:  rounded down to a permitted refresh count, 0 to 1024000 (steps of 64, 1024 and 8192), whose index
+ *        becomes bits 7..0 of policer[1].
+ * burst: rounded down to 16 << (10 - S) for a shift S of 0 to 10, 16 to 16384; policer[0] becomes
+ *        0xFFFFFF >> S, bits 11..8 of policer[1] S, its bit 31 is set and all its other bits are 0. */
 int32_t eth_cfp_util_rule_t_rate_set(eth_cfp_rule_t *rule, int32_t rate, int32_t burst);
 
-/* Class B: bits 4..3 of policer[0]. Writing a rule whose rate mode is not 3 enables the switch's policers.
- * Only the low two bits of mode count. */
+/* Class B: bits 4..3 of policer[0], the rate mode. eth_cfp_rule_set() sets a bit for a rule whose mode is not
+ * 3. Only the low two bits of mode count. */
 int32_t eth_cfp_util_rule_t_rate_mode_set(eth_cfp_rule_t *rule, uint8_t mode);
 
 /* Class B: bit 1 of policer[0]. Only the low bit of action counts. */

@@ -35,7 +35,8 @@ extern int32_t gSocket;
  *
  * Returns 0 when done, or when the library was already initialised; ETH_E_FAIL when no socket can be created,
  * the device ID is not accepted or the switch lock cannot be created. After a failure call esw_exit() before
- * the next esw_init().
+ * the next esw_init(): without a socket or a lock, gSocket or gFd stays behind, for which the next one would
+ * take the library to be initialised and do nothing.
  * Prints "ESW: Already initialized!" (standard output) when there is nothing to do, perror
  * "ESW: open socket error!\n" without a socket, "Switch(0x%x) NOT supported!\n" (standard output) for a
  * rejected device; then both descriptors are closed.
@@ -43,13 +44,15 @@ extern int32_t gSocket;
 int32_t esw_init(const char *ifname);
 
 /* Destroys the switch lock and closes both descriptors; gSocket and gFd become -1. Register requests fail
- * from then on. Returns -1 always, for binary compatibility: callers use no result. Lock: none. */
+ * from then on. Returns -1 always, for binary compatibility: callers use no result.
+ * Lock: none. */
 int32_t esw_exit(void);
 
 /* Second half of esw_init(), for a known device: creates the switch lock, builds the three start-up lists
  * and, on a class A device, calls eth_cosq_ip_mac_layer_set(0). Returns 0, or ETH_E_FAIL when the lock cannot
- * be created. Logs "\nPID %d ThreadID %d pthread_mutex_init()\n" (LOG_INFO) or "\n mutex init failed\n"
- * (LOG_ERR). Lock: none. */
+ * be created.
+ * Logs "\nPID %d ThreadID %d pthread_mutex_init()\n" (LOG_INFO) or "\n mutex init failed\n" (LOG_ERR).
+ * Lock: none. */
 int32_t ethHw_init(void);
 
 /* First half of esw_exit(): destroys the switch lock. Returns 0.
@@ -83,8 +86,10 @@ int32_t esw_send_ioctl(void *block, unsigned long request, uint8_t use_socket);
  *
  * A failed request prints, with perror, "ESW: read32 error !\n", "ESW: read error !\n" or
  * "ESW: write error !\n". The read-modify-write calls send a read and then a write; they do not test the
- * read, and their result is the write's. Lock: none, for all eight. A read-modify-write is atomic only
- * against those who hold the same lock. */
+ * read, and their result is the write's: when only the read failed, they set all bits outside the mask that
+ * they write, and return 0. A read-modify-write is atomic only against those who hold the same lock.
+ *
+ * Lock: none, for all eight. */
 
 /* Returns the register's low 32 bits; 0xFFFFFFFF when the request fails. */
 uint32_t esw_reg_read32(uint8_t page, uint8_t offset, uint8_t width);
@@ -117,7 +122,9 @@ int32_t esw_reg_write_masked(uint8_t page, uint8_t offset, uint8_t width, const 
 /* ---- Start-up lists and defaults ------------------------------------------------------------------------
  *
  * ethHw_init() calls the three builders; an application needs none of them. They fill process-wide lists that
- * hold zeros before, and cannot fail. Lock: none. */
+ * hold zeros before, and cannot fail.
+ *
+ * Lock: none, for the three. */
 
 /* Fills the port-rate refresh-count list: 241 ascending rates in kbit/s, 0 to 1024000, that the port rate
  * limiters round to. */

@@ -37,14 +37,16 @@ typedef struct eth_l2_addr_t {
  * Lock: none. */
 void eth_l2_addr_t_init(eth_l2_addr_t *addr, const uint8_t mac[6], uint16_t vid);
 
-/* Writes an entry into its bucket. Selects the bucket (MAC address to 05:02/64, VID to 05:08/16), reads it
- * with command 0x81 to 05:00/8, takes a bin, writes its data word (05:18 + 0x10 * bin/32) and then its key
- * word (05:10 + 0x10 * bin/64), selects the bucket again and stores it with command 0x80.
- * Takes the first bin that is not valid or that holds the same MAC address and VID; when there is none, the
- * highest-numbered dynamic bin, whose entry is lost. A record without ETH_L2_VALID removes the entry; one
+/* Writes an entry into its bucket. Selects the bucket (MAC address to 05:02/64, then VID to 05:08/16), reads
+ * it with command 0x81 to 05:00/8, takes a bin, writes its data word, 05:(18 + 10 * BIN)/32, and then its key
+ * word, 05:(10 + 10 * BIN)/64, selects the bucket again and stores it with command 0x80.
+ * Takes the first bin that is free or that holds the same MAC address and VID: an entry behind a free bin is
+ * not found, but stays, and is in the bucket twice then, with result 0. When there is no such bin, takes the
+ * highest-numbered dynamic one, whose entry is lost. A record without ETH_L2_VALID removes the entry; one
  * without ETH_L2_STATIC is dynamic.
  *
- * addr: the entry, only read. vid and tc are neither checked nor masked.
+ * addr: the entry, only read. vid and tc are neither checked nor masked: bits 4 and 5 of tc fall on the
+ *       switch's bits for static and valid.
  *
  * Returns 0; ETH_E_PORT; ETH_E_FULL when four static entries with other keys fill the bucket, which stays as
  * it is; ETH_E_TIMEOUT when the table's busy bit, bit 7 of 05:00/8, is set in 101 reads. After the first
@@ -53,13 +55,15 @@ void eth_l2_addr_t_init(eth_l2_addr_t *addr, const uint8_t mac[6], uint16_t vid)
 int32_t eth_l2_addr_add(eth_l2_addr_t *addr);
 
 /* Removes an entry: eth_l2_addr_add() of a record made by eth_l2_addr_t_init(), whose results it returns. It
- * takes a bin even when no bin holds the entry: in a full bucket the highest-numbered dynamic entry is
- * removed in its place. eth_arl_entry_bin_check() tells beforehand.
+ * takes a bin as that call does: an entry behind a free bin stays, with result 0; and when no bin holds the
+ * entry, in a full bucket the highest-numbered dynamic entry is removed in its place.
+ * eth_arl_entry_bin_check() tells beforehand and afterwards.
  * Lock: held. */
 int32_t eth_l2_addr_delete(const uint8_t mac[6], uint16_t vid);
 
 /* Reads the bucket of an entry and tells in which bin the entry is, and whether another is in the bucket too.
- * Registers as for eth_l2_addr_add(), read only.
+ * Selects and reads the bucket as eth_l2_addr_add() does, with writes to 05:02/64, 05:08/16 and 05:00/8; then
+ * reads the data words, and the key words of valid bins.
  *
  * probe: the other entry; its MAC address and VID count as zero without ETH_L2_VALID. May be entry itself.
  * entry: without ETH_L2_VALID nothing is read, and 0 is returned.
@@ -120,18 +124,23 @@ int32_t eth_l2_search_next(eth_l2_addr_t *first, eth_l2_addr_t *second);
 /* ---- Flush ----------------------------------------------------------------------------------------------
  *
  * These calls have the switch's fast-age engine remove entries. Each keeps the contents of the fast-age
- * control register, 00:88/8, writes the selection there, starts the engine (bit 7), waits until that bit is
- * clear, and writes the kept contents back, whatever the wait said.
+ * control register, 00:88/8; writes the port and then the VID to match, where it has them; writes the
+ * selection to 00:88/8; sets its bit 0 for static entries, and bit 7, which starts the engine; waits until
+ * bit 7 is clear; and writes the kept contents back, whatever the wait said. When bit 7 was set in them
+ * (another flush was running, or the read failed), that starts another flush.
+ *
+ * The selection has bit 3 to match the VID, bit 2 to match the port, bit 1 for dynamic and bit 0 for static
+ * entries.
  *
  * include_static: exactly 1 removes static entries too; any other value removes dynamic entries only.
  *
  * Each returns 0; ETH_E_TIMEOUT when bit 7 is set in 10001 reads; and what is named there.
  * Lock: held, but not for the checks. */
 
-/* Removes every entry, static and dynamic. */
+/* Removes every entry, static and dynamic: writes 0x83, with the start in it. */
 int32_t eth_l2_clear(void);
 
-/* Removes the entries of a port, written to 00:89/8.
+/* Removes the entries of a port, written to 00:89/8. The selection is 0x06.
  *
  * ignored: not used.
  * port:    0, 1 or 8.
@@ -139,14 +148,14 @@ int32_t eth_l2_clear(void);
  * Also returns ETH_E_PORT. */
 int32_t eth_l2_addr_delete_by_port(int32_t ignored, uint32_t port, uint32_t include_static);
 
-/* Removes the entries of a VLAN, written to 00:8A/16.
+/* Removes the entries of a VLAN, written to 00:8A/16. The selection is 0x0A.
  *
  * vid: 0 to 4095.
  *
  * Also returns ETH_E_PARAM. */
 int32_t eth_l2_addr_delete_by_vlan(uint16_t vid, int32_t include_static);
 
-/* Removes the entries of a port in a VLAN, written to 00:89/8 and then 00:8A/16.
+/* Removes the entries of a port in a VLAN, written to 00:89/8 and then 00:8A/16. The selection is 0x0E.
  *
  * vid:     0 to 4095.
  * ignored: not used.
@@ -163,7 +172,7 @@ int32_t eth_l2_addr_delete_by_vlan_port(uint16_t vid, int32_t ignored, uint32_t 
 /* Sets the age time of dynamic entries in 02:06/32. 0 clears bits 20..0: no aging. Another value replaces
  * those bits by itself and bit 20, which switches aging on.
  *
- * age: 0 to 0xFFFFF.
+ * age: 0 to 0xFFFFF, in the switch's own unit, which this library does not know.
  *
  * Returns 0; ETH_E_PARAM.
  * Lock: none. */
@@ -171,7 +180,7 @@ int32_t eth_l2_age_timer_set(uint32_t age);
 
 /* Reads 02:06/32.
  *
- * age: out, the register without bit 20. 0: no aging, or a time of 0.
+ * age: out, the register without bit 20, in the unit of eth_l2_age_timer_set(). 0: no aging, or a time of 0.
  *
  * Returns 0.
  * Lock: none. */
@@ -210,7 +219,10 @@ int32_t eth_learn_mcast_set(int32_t enable);
  * Lock: none. */
 int32_t eth_learn_mcast_get(uint32_t *enable);
 
-/* Writes the whole multicast control register, 00:2F/8, its learning bit included.
+/* Writes the whole multicast control register, 00:2F/8.
+ *
+ * value: bit 7 is the learning of multicast addresses; what the other bits mean is the switch's own. Sent
+ *        whole; the register keeps 8 bits.
  *
  * Returns 0.
  * Lock: held. */
@@ -245,8 +257,8 @@ int32_t eth_protect_get(uint32_t port, uint32_t *enable);
 /* ---- L2 cache -------------------------------------------------------------------------------------------
  *
  * Six slots, 0 to 5, of a MAC address and a data word each. A slot has two valid bits in 04:0E/16, bits
- * 2 * SLOT and 2 * SLOT + 1; it is in use when either is set. Its key register is 04:10 + 0x10 * SLOT/64, its
- * data register 04:18 + 0x10 * SLOT/32. A failed read of 04:0E makes every slot look in use.
+ * 2 * SLOT and 2 * SLOT + 1; it is in use when either is set. Its key register is 04:(10 + 10 * SLOT)/64, its
+ * data register 04:(18 + 10 * SLOT)/32. A failed read of 04:0E makes every slot look in use.
  *
  * Lock: none, for all of these calls. */
 

@@ -17,7 +17,7 @@ ESW_BEGIN_DECLS
  *   mirror control        02:10/16   (the same)   bit 15 enable, bits 3..0 capture port
  *   direction control     02:12/16   02:1C/16     bits 8..0 mirrored ports, 13 divider on, 15..14 filter
  *   divider               02:14/16   02:1E/16
- *   filter MAC            02:16/48   02:20/48
+ *   filter MAC            02:16/64   02:20/64
  *
  * What the switch compares in filter modes 1 and 2 with the filter MAC, and how it applies the divider, is
  * the switch's own: the library stores them.
@@ -137,7 +137,7 @@ int32_t eth_mirror_div_set(int32_t dir, int32_t enable, int32_t div);
  * Lock: held. */
 int32_t eth_mirror_div_get(int32_t dir, uint32_t *enable, uint32_t *div);
 
-/* Sets a direction's filter MAC: writes 02:16/48 or 02:20/48.
+/* Sets a direction's filter MAC: writes 02:16/64 or 02:20/64.
  *
  * dir: ETH_MIRROR_INGRESS or ETH_MIRROR_EGRESS.
  * mac: 6 bytes.
@@ -146,7 +146,7 @@ int32_t eth_mirror_div_get(int32_t dir, uint32_t *enable, uint32_t *div);
  * Lock: held. */
 int32_t eth_mirror_mac_set(int32_t dir, const uint8_t mac[6]);
 
-/* Reads a direction's filter MAC from 02:16/48 or 02:20/48.
+/* Reads a direction's filter MAC from 02:16/64 or 02:20/64.
  *
  * dir: ETH_MIRROR_INGRESS or ETH_MIRROR_EGRESS.
  * mac: out, 6 bytes; untouched for another direction.

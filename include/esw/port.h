@@ -68,7 +68,7 @@ int32_t eth_stg_stp_set(uint32_t stg, uint32_t port, uint32_t state);
  * stg:   accepted and not used.
  * port:  0 or 1.
  * state: out, the bits minus 1: 0 to 4, -1 for a field of 0, 5 and 6 for values that this library never
- *        writes. Untouched for a bad port.
+ *        writes; 0x7FFFFFE when the read failed. Untouched for a bad port.
  *
  * Returns 0; ETH_E_PORT.
  * Lock: held. */
@@ -103,7 +103,9 @@ int32_t eth_port_frame_max_get(uint32_t port, int32_t *size);
  *
  * The PHYs of ports 0 and 1 are reached through the MII requests of a network interface (SIOCGMIIREG and
  * SIOCSMIIREG, issued on gSocket whichever route register requests take), one 16-bit register of IEEE 802.3
- * clause 22 at a time. Lock: none, for all five.
+ * clause 22 at a time.
+ *
+ * Lock: none, for all five.
  *
  * ifname: NUL-terminated name of the interface whose driver answers; its first 16 bytes count. The name given
  *         to esw_init() does not matter here.
@@ -168,7 +170,8 @@ int32_t eth_port_link_status_get(uint32_t port, int32_t *link);
 
 /* Tells whether a port's link changed since the last call for that port: bit PORT of 01:02/16. The switch
  * forgets every port's change when that register is read; the library keeps those of the other ports in a
- * latch, one for the process and empty at load, until they are asked for.
+ * latch, one for the process and empty at load, until they are asked for. A failed read counts as a change of
+ * every port, which the latch then holds for all others.
  *
  * port:    0, 1 or 8.
  * changed: out, 1 or 0. Preset: -1.
@@ -189,7 +192,7 @@ int32_t eth_port_speed_get(uint32_t port, int32_t *speed);
 /* Reads a port's duplex bit: bit PORT of 01:08/16.
  *
  * port:   0, 1 or 8.
- * duplex: out, 1 full, 0 half. Preset: -1.
+ * duplex: out, the bit, 1 or 0. Preset: -1.
  *
  * Returns 0; ETH_E_PORT.
  * Lock: held. */
@@ -222,14 +225,16 @@ int32_t eth_port_pause_get(uint32_t port, int32_t *pause_low, int32_t *pause_hig
  * Returns 0; ETH_E_UNAVAIL on another device; ETH_E_PORT; ETH_E_PARAM for another speed; ETH_E_PHY when a
  * request fails.
  * Logs what eth_port_phy_get() and eth_port_phy_set() log.
- * Lock: held to read the current speed, not during the PHY accesses. */
+ * Lock: held, to read the current speed, but not during the PHY accesses. */
 int32_t eth_port_speed_set(const char *ifname, uint32_t port, uint32_t aux, uint32_t speed);
 
 /* ---- Energy Efficient Ethernet --------------------------------------------------------------------------
  *
  * Both calls hand the record that Linux uses for EEE to the driver of the interface "eth0", whichever
  * interface esw_init() was given, on a socket that they open and close. They need no esw_init() and may run
- * in any thread at any time. Lock: none. Callers include <linux/ethtool.h> for the record. */
+ * in any thread at any time. Callers include <linux/ethtool.h> for the record.
+ *
+ * Lock: none, for both. */
 
 struct ethtool_eee;
 
@@ -239,8 +244,8 @@ struct ethtool_eee;
  * eee:  in and out. cmd becomes 0x44 (ETHTOOL_GEEE), supported 0 and reserved[0] 1 << PORT; then the driver
  *       fills the record in. Untouched for a bad port and when no socket can be created.
  *
- * Returns the request's result, 0 when done and -1 on failure; ETH_E_PORT; ETH_E_RESOURCE when no socket can
- * be created. */
+ * Returns the request's result, 0 when done and -1 with errno set on failure; ETH_E_PORT; ETH_E_RESOURCE when
+ * no socket can be created. */
 int32_t eth_eee_get(uint32_t port, struct ethtool_eee *eee);
 
 /* Switches a port's EEE on or off: reads the settings as eth_eee_get() does and, when eee_enabled is not as
@@ -249,8 +254,8 @@ int32_t eth_eee_get(uint32_t port, struct ethtool_eee *eee);
  * port:   0 or 1.
  * enable: goes into eee_enabled as it is: 1 on, 0 off.
  *
- * Returns the result of the last request made, 0 when done and -1 on failure; ETH_E_PORT; ETH_E_RESOURCE when
- * no socket can be created. */
+ * Returns the result of the last request made, 0 when done and -1 with errno set on failure; ETH_E_PORT;
+ * ETH_E_RESOURCE when no socket can be created. */
 int32_t eth_eee_set(uint32_t port, uint32_t enable);
 
 ESW_END_DECLS

@@ -2,8 +2,9 @@
 /* libesw: rate limiting, priority remapping, CoS queues and traffic classes.
  * The numbered conventions are in esw.h.
  *
- * Once the arguments pass, each of these calls returns 0, whatever becomes of its register requests; the one
- * exception is eth_port_rate_ingress_control_get(). */
+ * Once the arguments pass, each of these calls returns 0, whatever becomes of its register requests. The
+ * exceptions are eth_port_rate_ingress_control_get(), which may find a code that it does not know, and the
+ * two pcp2tc calls, which always fail. */
 #ifndef ESW_QOS_H
 #define ESW_QOS_H
 
@@ -30,7 +31,9 @@ ESW_BEGIN_DECLS
  * bits 7..0 by the rate's index. Off clears bit 11.
  * Class B: writes 47:(4 * PORT)/32, the rate in units of 64 kbit/s, and 47:(30 + 4 * PORT)/32, the burst in
  * units of 1/16 kilobyte, each at most 0x3FFFF; clears bit 8 of 47:E8/16, which ends the packet limit of
- * eth_rate_set() whatever the port; sets bit PORT of 47:E6/16 (on). Off clears the latter bit.
+ * eth_rate_set() whatever the port; sets bit PORT of 47:E6/16 (on). Off clears the latter bit. Behind a
+ * packet limit bit 8 of 47:E6/16 stays set: port 8 is then limited by its own registers, 47:20/32 and
+ * 47:50/32.
  *
  * port:  0, 1 or 8.
  * rate:  kbit/s. On class B at most 16777152 takes effect.
@@ -253,8 +256,8 @@ int32_t eth_cosq_port_pcp2tc_set(uint32_t port, uint32_t pcp, uint32_t dei, uint
 int32_t eth_cosq_port_pcp2tc_get(uint32_t port, uint32_t pcp, uint32_t dei, uint32_t *tc);
 
 /* Sets the class of a DSCP, for all ports: replaces bits 3*J+2..3*J of 30:(BASE + 6 * K)/64, where K is DSCP
- * / 16, J is DSCP % 16 and BASE is 34 on devices 0xD310 to 0xD314, 0x2404, 0x2407 and 0x2409, else 30. These
- * registers are 48 bits wide and 6 offsets apart.
+ * / 16, J is DSCP % 16 and BASE is 34 on devices 0xD310 to 0xD314, 0x2404, 0x2407 and 0x2409, else 30. Of
+ * each register 48 bits are used.
  *
  * port:   0xFFFFFFFF, for all ports.
  * dscp:   0 to 63.

@@ -78,7 +78,7 @@ int32_t set_vid(uint16_t vid, int32_t value);
  * vid: 0 to 4095.
  *
  * Returns 0, also when the file could not be written; ETH_E_PARAM; ETH_E_FAIL; ETH_E_EXISTS.
- * Lock: held while the file is written, but not for the checks. */
+ * Lock: held, while the file is written, but not for the checks. */
 int32_t eth_vlan_create(uint16_t vid);
 
 /* Destroys a VLAN: clears its byte in the membership file, then its table entry. After a time-out the VLAN
@@ -94,7 +94,7 @@ int32_t eth_vlan_destroy(uint16_t vid);
  * the whole table (0x82 to 05:80/8).
  *
  * Returns 0, also when the file could not be written; ETH_E_TIMEOUT.
- * Lock: none. */
+ * Lock: none: another thread's call on the VLAN table in between spoils both. */
 int32_t eth_vlan_destroy_all(void);
 
 /* Reads the ports of a VLAN.
@@ -115,7 +115,8 @@ int32_t eth_vlan_port_get(uint16_t vid, uint32_t *members, uint32_t *untagged);
  * untagged: port set, not checked; a port of it need not be a member. It is shifted up by 9 on 32 bits.
  *
  * Returns 0; ETH_E_PARAM; ETH_E_PORT for a bit of `members`; ETH_E_FAIL; ETH_E_NOT_FOUND; ETH_E_TIMEOUT,
- * after which the entry may be unchanged. Lock: held, but not for the checks. */
+ * after which the entry may be unchanged.
+ * Lock: held, but not for the checks. */
 int32_t eth_vlan_port_add(uint16_t vid, uint32_t members, uint32_t untagged);
 
 /* Removes ports from a VLAN: clears their bits in both halves of its entry.
@@ -124,7 +125,8 @@ int32_t eth_vlan_port_add(uint16_t vid, uint32_t members, uint32_t untagged);
  * ports: port set.
  *
  * Returns 0; ETH_E_PARAM; ETH_E_PORT; ETH_E_FAIL; ETH_E_NOT_FOUND; ETH_E_TIMEOUT, after which the entry may
- * be unchanged. Lock: held, but not for the checks. */
+ * be unchanged.
+ * Lock: held, but not for the checks. */
 int32_t eth_vlan_port_remove(uint16_t vid, uint32_t ports);
 
 /* ---- Default tags ---------------------------------------------------------------------------------------
@@ -181,14 +183,14 @@ int32_t eth_port_untagged_priority_get(uint32_t port, uint32_t *prio);
  * 6: bit 6 of 34:06/8 */
 
 /* Sets (on) or clears (off) the bit of a mode.
- * Mode 4 belongs to egress translation, which not every chip has: 0x5500 is written to its command register,
- * 34:40/32, and when that reads as 0, the mode is not available. Otherwise on replaces its bits by 10, off
- * by 00.
+ * Mode 4 is probed first: 0x5500 is written to the command register of egress translation, 34:40/32, and when
+ * that reads as 0, the mode is not available. Otherwise on replaces its bits by 10, off by 00.
  *
  * mode:   0 to 6.
  * enable: non-zero switches the mode on.
  *
- * Returns 0; ETH_E_UNAVAIL for another mode, and for mode 4 on a chip without it.
+ * Returns 0; ETH_E_UNAVAIL for another mode, and for mode 4 when the probe, which has been written then,
+ * reads as 0.
  * Lock: none. */
 int32_t eth_vlan_mode_set(uint32_t mode, int32_t enable);
 
@@ -249,10 +251,10 @@ int32_t eth_vlan_bypass_CRC_set(int32_t enable);
  * Lock: held. */
 int32_t eth_vlan_bypass_CRC_get(uint32_t *value);
 
-/* Puts everything in this header into its initial state: all modes off, learning mode 3, drop on table miss
- * on; default VID 1 and priority 0 on every port; init_vid_list(), eth_vlan_destroy_all() and
- * eth_vlan_evt_clear(). esw_init() does not call it. It makes the 4096 flushes of the file that
- * eth_vlan_destroy_all() makes.
+/* Puts what this header describes into its initial state, but for the CRC bypass, which stays: all modes off,
+ * learning mode 3, drop on table miss on; default VID 1 and priority 0 on every port; init_vid_list(),
+ * eth_vlan_destroy_all() and eth_vlan_evt_clear(). esw_init() does not call it. It makes the 4096 flushes of
+ * the file that eth_vlan_destroy_all() makes.
  *
  * In this order: modes 0, 1 and 4 off, as eth_vlan_mode_set() does it, the probe of mode 4 included; sets
  * bits 6..5 of 34:00/8; replaces the bits of 0x6C of 34:01/8 by 0x0C, and those of 0x64 of 34:02/8 by 0x60;
@@ -266,7 +268,7 @@ int32_t eth_vlan_init(void);
 /* ---- Egress translation ---------------------------------------------------------------------------------
  *
  * For each egress port and index the switch holds a VID and a 2-bit code, which this library passes on as
- * they are. Not every chip has the table; see mode 4.
+ * they are.
  * The data register 34:44/32 holds the VID in bits 11..0, the code in bits 13..12, and bit 29 is set with
  * each entry added. The command register 34:40/32 holds the index in bits 15..8, the port in bits 7..4, and
  * starts an entry's write with 0x3, its read with 0x1 and the clearing of the table with 0x4. After each
@@ -299,7 +301,7 @@ int32_t eth_vlan_evt_get(uint32_t port, uint8_t index, uint32_t *op, uint16_t *v
  * the switch clear the whole table. An entry that times out does not end the call.
  *
  * Returns 0; ETH_E_TIMEOUT when any wait timed out.
- * Lock: none. */
+ * Lock: none: another thread's call on this table in between spoils both. */
 int32_t eth_vlan_evt_clear(void);
 
 ESW_END_DECLS
