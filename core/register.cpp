@@ -2,7 +2,6 @@
 #include "core/register.h"
 
 #include <bit>
-#include <cstdio>
 #include <cstring>
 
 #include <esw/core.h>
@@ -14,27 +13,12 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "operands and requests are in native order");
 
-enum class Width : uint8_t { of_read32 = 32, of_all_others = 64 }; // in requests
+enum : uint32_t { width_of_read32 = 32, width_of_all_others = 64 }; // in requests
 
-// The words of a request are its value, and below three bytes that name what is accessed.
-RegisterRequest request_for(Address reg, Width width, uint64_t value)
+uint64_t read(Address reg, uint32_t width, const char *message)
 {
-    struct Words {
-        uint64_t value;
-        uint64_t target;
-    };
-    static_assert(offsetof(RegisterRequest, width) == sizeof(uint64_t));
-    return std::bit_cast<RegisterRequest>(
-        Words{value, static_cast<uint32_t>(reg) | static_cast<uint32_t>(width)});
-}
-
-uint64_t read(Address reg, Width width, const char *message)
-{
-    RegisterRequest request = request_for(reg, width, 0);
-    if (transfer(request, request_read) == 0)
-        return request.value;
-    perror(message);
-    return ~uint64_t{0};
+    const Answer answer = transfer(request_read, static_cast<uint32_t>(reg) | width, 0, message);
+    return answer.done ? answer.value : ~uint64_t{0};
 }
 
 template <typename T>
@@ -43,40 +27,47 @@ constexpr T merge(T old, T mask, T value)
     return (old & ~mask) | (value & mask);
 }
 
+int32_t write_masked(Address reg, uint64_t mask, uint64_t value, bool wide)
+{
+    return write(reg, merge(wide ? read64(reg) : read32(reg), mask, value));
+}
+
+int32_t write_place(Place place, uint32_t value, bool wide)
+{
+    const Field field = field_of(place);
+    return write_masked(register_of(place), field.mask(), uint64_t{value} << field.low, wide);
+}
+
 } // namespace
 
 uint32_t read32(Address reg)
 {
-    return static_cast<uint32_t>(read(reg, Width::of_read32, "ESW: read32 error !\n"));
+    return static_cast<uint32_t>(read(reg, width_of_read32, "ESW: read32 error !\n"));
 }
 
-uint64_t read64(Address reg) { return read(reg, Width::of_all_others, "ESW: read error !\n"); }
+uint64_t read64(Address reg) { return read(reg, width_of_all_others, "ESW: read error !\n"); }
 
 int32_t write(Address reg, uint64_t value)
 {
-    RegisterRequest request = request_for(reg, Width::of_all_others, value);
-    if (transfer(request, request_write) == 0)
-        return ETH_E_NONE;
-    perror("ESW: write error !\n");
-    return ETH_E_FAIL;
-}
-
-int32_t write32_masked(Address reg, uint32_t mask, uint32_t value)
-{
-    return write(reg, merge(read32(reg), mask, value));
+    const Answer answer = transfer(request_write, static_cast<uint32_t>(reg) | width_of_all_others, value,
+                                   "ESW: write error !\n");
+    return answer.done ? ETH_E_NONE : ETH_E_FAIL;
 }
 
 uint32_t read_field(Place place) { return field_of(place).get(read32(register_of(place))); }
 
-int32_t write_field(Place place, uint32_t value)
+int32_t write_field(Place place, uint32_t value) { return write_place(place, value, false); }
+
+int32_t write_wide_field(Place place, uint32_t value) { return write_place(place, value, true); }
+
+int32_t write32_masked(Address reg, uint32_t mask, uint32_t value)
 {
-    const Field field = field_of(place);
-    return write32_masked(register_of(place), static_cast<uint32_t>(field.mask()), value << field.low);
+    return write_masked(reg, mask, value, false);
 }
 
 int32_t write64_masked(Address reg, uint64_t mask, uint64_t value)
 {
-    return write(reg, merge(read64(reg), mask, value));
+    return write_masked(reg, mask, value, true);
 }
 
 int32_t set_bits(Address reg, uint64_t mask) { return write64_masked(reg, mask, mask); }
@@ -85,10 +76,7 @@ int32_t clear_bits(Address reg, uint64_t mask) { return write64_masked(reg, mask
 
 int32_t assign_bits(Address reg, uint64_t mask, bool on) { return write64_masked(reg, mask, on ? mask : 0); }
 
-int32_t assign_flag(Place place, bool on)
-{
-    return assign_bits(register_of(place), field_of(place).mask(), on);
-}
+int32_t assign_flag(Place place, bool on) { return write_wide_field(place, on ? ~uint32_t{0} : 0); }
 
 } // namespace esw
 

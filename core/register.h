@@ -81,6 +81,7 @@ int32_t write64_masked(Address reg, uint64_t mask, uint64_t value);
 int32_t set_bits(Address reg, uint64_t mask);
 int32_t clear_bits(Address reg, uint64_t mask);
 int32_t assign_bits(Address reg, uint64_t mask, bool on);
-int32_t assign_flag(Place place, bool on); // all bits of the field
+int32_t write_wide_field(Place place, uint32_t value);
+int32_t assign_flag(Place place, bool on); // all bits of a field of at most 32 bits
 
 } // namespace esw

@@ -27,67 +27,52 @@ Place place_of(uint32_t port, uint32_t index, const Setting &setting)
 
 void change(Place place, Kind kind, uint32_t value)
 {
-    switch (kind) {
-    case Kind::whole:
+    if (kind == Kind::whole)
         write(register_of(place), value);
-        break;
-    case Kind::flag:
+    else if (kind == Kind::flag)
         assign_flag(place, value != 0);
-        break;
-    case Kind::narrow_flag:
-        write_field(place, value != 0 ? ~uint32_t{0} : 0);
-        break;
-    case Kind::number:
-        write_field(place, value);
-        break;
-    case Kind::wide_number:
-        write64_masked(register_of(place), field_of(place).mask(), field_of(place).put(value));
-        break;
-    }
+    else if (kind == Kind::wide_number)
+        write_wide_field(place, value);
+    else
+        write_field(place, kind == Kind::number || value == 0 ? value : ~uint32_t{0});
 }
 
-// The lock, for settings that ask for it.
-class SettingLock {
-public:
-    explicit SettingLock(const Setting &setting) ESW_UNCHECKED : locked_(setting.locked)
-    {
-        if (locked_)
-            lock_switch();
-    }
-    ~SettingLock() ESW_UNCHECKED
-    {
-        if (locked_)
-            unlock_switch();
-    }
-    SettingLock(const SettingLock &) = delete;
-    SettingLock &operator=(const SettingLock &) = delete;
+uint32_t read(Place place, Kind kind)
+{
+    const Address reg = register_of(place);
+    return field_of(place).get(kind == Kind::wide_number ? read64(reg) : read32(reg));
+}
 
-private:
-    bool locked_;
-};
+// Reads the setting where there is a result to fill; changes it otherwise.
+int32_t access(uint32_t port, uint32_t index, uint32_t value, const Setting &setting,
+               uint32_t *result) ESW_UNCHECKED
+{
+    if (result && setting.preset)
+        *result = ~uint32_t{0};
+    if (const int32_t failure = check(port, index, value, setting))
+        return failure;
+    if (setting.locked)
+        lock_switch();
+    const Place place = place_of(port, index, setting);
+    if (result)
+        *result = read(place, setting.kind);
+    else
+        change(place, setting.kind, value);
+    if (setting.locked)
+        unlock_switch();
+    return ETH_E_NONE;
+}
 
 } // namespace
 
 int32_t set(uint32_t port, uint32_t index, uint32_t value, const Setting &setting)
 {
-    if (const int32_t failure = check(port, index, value, setting))
-        return failure;
-    const SettingLock lock(setting);
-    change(place_of(port, index, setting), setting.kind, value);
-    return ETH_E_NONE;
+    return access(port, index, value, setting, nullptr);
 }
 
 int32_t get(uint32_t port, uint32_t index, uint32_t *value, const Setting &setting)
 {
-    if (setting.preset)
-        *value = ~uint32_t{0};
-    if (const int32_t failure = check(port, index, 0, setting))
-        return failure;
-    const SettingLock lock(setting);
-    const Place place = place_of(port, index, setting);
-    const Address reg = register_of(place);
-    *value = field_of(place).get(setting.kind == Kind::wide_number ? read64(reg) : read32(reg));
-    return ETH_E_NONE;
+    return access(port, index, 0, setting, value);
 }
 
 int32_t set(uint32_t port, uint32_t value, const Setting &setting) { return set(port, 0, value, setting); }

@@ -13,7 +13,13 @@ void address_requests_to(const char *ifname);
 // Replaces the name only.
 void readdress_requests_to(const char *ifname);
 
-// Sends one register request by the route that gFd chooses now. Zero when done; anything else is a failure.
-int32_t transfer(RegisterRequest &request, RequestNumber number);
+struct Answer {
+    uint64_t value;
+    bool done;
+};
+
+// Sends one register request by the route that gFd chooses now. `target` holds the three bytes that name what
+// is accessed: width, page and offset, from the lowest up. A failure is reported with `message`.
+Answer transfer(unsigned long number, uint64_t target, uint64_t value, const char *message);
 
 } // namespace esw

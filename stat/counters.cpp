@@ -75,6 +75,7 @@ constexpr struct {
 struct Sum {
     bool available = false;
     bool class_b_only = false;
+    bool wide = false;     // one register of 64 bits
     uint8_t registers = 0; // none: always zero
     std::array<uint8_t, 5> offsets{};
 };
@@ -87,6 +88,7 @@ constexpr auto sums = [] {
             ++registers;
         all[counter.number] = {.available = true,
                                .class_b_only = counter.class_b_only,
+                               .wide = has_64_bits(counter.offsets[0]),
                                .registers = registers,
                                .offsets = counter.offsets};
     }
@@ -94,15 +96,15 @@ constexpr auto sums = [] {
         all[number].available = true;
     for (const auto &run : raw_counters) {
         for (uint8_t offset = run.first_offset, number = run.number; offset <= run.last_offset; offset += 4)
-            all[number++] = {.available = true, .registers = 1, .offsets = {offset}};
+            all[number++] = {
+                .available = true, .wide = has_64_bits(offset), .registers = 1, .offsets = {offset}};
     }
     return all;
 }();
 
-// A register of 64 bits stands alone.
 uint64_t read_sum(Register page, const Sum &sum)
 {
-    if (sum.registers == 1 && has_64_bits(sum.offsets[0]))
+    if (sum.wide)
         return read64(page.at(sum.offsets[0]));
     uint32_t total = 0;
     for (unsigned i = 0; i < sum.registers; ++i)
