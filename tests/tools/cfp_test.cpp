@@ -58,5 +58,31 @@ TEST_F(Eswctl, A64RuleSetIsRestoredBitByBit)
     }
 }
 
+TEST_F(Eswctl, HostileRuleFilesAreRefusedInOneShortLine)
+{
+    const std::string big(1000000, 'x');
+    std::string many = "0";
+    for (int i = 0; i < 10000; ++i)
+        many += ", {}";
+    std::string wide = "\"0\": 0";
+    for (int i = 1; i <= 256; ++i)
+        wide += fmt::format(", \"{}\": 0", i);
+    const struct {
+        std::string document, fault;
+    } cases[] = {
+        {"{\"\\u001b" + big + "\": 1}", "'\\u001bxxxxxxx"},
+        {"{\"rules\": [" + many + "]}", "rules: [0,{},{},"},
+        {'{' + wide + '}', "line 1, column 2456: an object of more than 256 members"},
+        {"{\"rules\": []}" + big, "line 1, column 14: invalid literal"},
+        {"{}\n" + std::string(1, '\0') + "{}", "line 2, column 1: a zero byte"},
+    };
+    for (const auto &[document, fault] : cases) {
+        const Finished got = eswctl("cfp restore --yes -", "", document);
+        EXPECT_EQ(got.code, 1);
+        EXPECT_THAT(got.error, testing::HasSubstr("eswctl: cannot use standard input: " + fault));
+        EXPECT_LT(got.error.size(), 240);
+    }
+}
+
 } // namespace
 } // namespace test

@@ -140,6 +140,23 @@ TEST_F(Eswctl, VlansWithADamagedMembershipFile)
     EXPECT_THAT(eswctl("vlan init --yes").error, testing::HasSubstr("open: Is a directory\n"));
 }
 
+TEST_F(Eswctl, DestructiveCommandsAskOnATerminal)
+{
+    eswctl("port disable 0");
+    const auto answered = [&](const std::string &answer) {
+        return launch("", {"script", "-qec", BIN_DIR "/eswctl reset", "/dev/null"}, answer + '\n');
+    };
+    const std::string question = "Reset the switch: every setting is lost. Go on? [y/N] ";
+    const Finished refused = answered("n");
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_THAT(refused.out,
+                testing::AllOf(testing::HasSubstr(question), testing::HasSubstr("eswctl: not done")));
+    EXPECT_EQ(answered("").code, 1);
+    EXPECT_THAT(eswctl("port show 0").out, testing::HasSubstr("   0  no "));
+    EXPECT_EQ(answered("y").code, 0);
+    EXPECT_THAT(eswctl("port show 0").out, testing::HasSubstr("   0  yes "));
+}
+
 // Something in every part of the configuration.
 constexpr char everything[] =
     "port disable 1\nport stp 0 blocking\nport frame-max 0 9720\nvlan create 10-12\n"
