@@ -33,10 +33,12 @@ void set_eee(Switch &simulated, unsigned port, const ethtool_eee &record)
 
 bool Driver::fails_now(bool this_kind_fails)
 {
-    ++requests_;
-    const bool from_now_on = options_.failing_from != 0 && requests_ >= options_.failing_from;
-    return requests_ == options_.failing_request || from_now_on || options_.all_requests_fail ||
-           this_kind_fails;
+    const bool this_one_fails = options_.all_requests_fail || this_kind_fails;
+    if (options_.failing_request == 0 && options_.failing_from == 0)
+        return this_one_fails; // nothing to count for
+    const uint64_t number = ++requests_;
+    const bool from_now_on = options_.failing_from != 0 && number >= options_.failing_from;
+    return number == options_.failing_request || from_now_on || this_one_fails;
 }
 
 // A failed read has no value.
@@ -51,16 +53,20 @@ void Driver::trace_access(const char *access, bool write, uint64_t value, int er
     trace_(context_, line);
 }
 
+void Driver::access(bool write, esw::RegisterRequest &request)
+{
+    if (write)
+        switch_.write(request.page, request.offset, request.value);
+    else
+        request.value = switch_.read(request.page, request.offset);
+}
+
 int Driver::serve(Route route, bool write, esw::RegisterRequest &request)
 {
     const int error = fails_now() ? EIO : 0;
     const uint64_t sent = request.value;
-    if (error == 0) {
-        if (write)
-            switch_.write(request.page, request.offset, request.value);
-        else
-            request.value = switch_.read(request.page, request.offset);
-    }
+    if (error == 0)
+        access(write, request);
     if (trace_) {
         char access[64];
         snprintf(access, sizeof access, "%s %s %02x:%02x w%u",
@@ -97,7 +103,8 @@ int Driver::serve_mii(bool write, esw::MiiRequest &request)
 
 int Driver::serve_eee(bool write, ethtool_eee &record)
 {
-    const uint32_t port = record.reserved[0] - 1; // of the bits 1 and 2
+    const uint32_t bit = record.reserved[0];
+    const unsigned port = bit == 1 ? 0 : bit == 2 ? 1 : phy_count;
     int error = 0;
     if (fails_now(options_.eee_requests_fail))
         error = EIO;

@@ -2,6 +2,7 @@
 // What the kernel driver makes of a request: faults, the register access, and a line for the trace.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -26,6 +27,16 @@ public:
         context_ = context;
     }
 
+    // Whether each request gets a line: then requests are served in the lines' order.
+    [[nodiscard]] bool is_traced() const { return trace_ != nullptr; }
+
+    // Counts a request; whether it fails.
+    [[nodiscard]] bool fails_now(bool this_kind_fails = false);
+
+    // A register access that is counted already.
+    void access(bool write, esw::RegisterRequest &request);
+    [[nodiscard]] const Switch &simulated() const { return switch_; }
+
     // Serves a register request. 0 when done, else an errno value.
     int serve(Route route, bool write, esw::RegisterRequest &request);
 
@@ -34,12 +45,11 @@ public:
     int serve_eee(bool write, ethtool_eee &record);
 
 private:
-    [[nodiscard]] bool fails_now(bool this_kind_fails = false);
     void trace_access(const char *access, bool write, uint64_t value, int error) const;
 
     const Options &options_;
     Switch switch_;
-    uint64_t requests_ = 0;
+    std::atomic<uint64_t> requests_ = 0;
     Trace trace_ = nullptr;
     void *context_ = nullptr;
 };

@@ -1,11 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "sim/model/l2.h"
 
-#include <cctype>
-#include <cstdlib>
-#include <cstring>
-
-#include "sim/model/options.h"
 #include "sim/model/switch.h"
 
 namespace sim {
@@ -39,6 +34,12 @@ constexpr Address search_control{0x05, 0x50};
 constexpr Address fast_age_port{0x00, 0x89};
 constexpr Address fast_age_vid{0x00, 0x8A};
 constexpr Address age_timer{0x02, 0x06};
+constexpr Address port_control{0x00, 0x00}; // of port 0; port 1's is the next
+constexpr Address cpu_port_control{0x02, 0x00};
+
+constexpr uint64_t port_off = 0x03;    // either bit
+constexpr uint64_t cpu_port_on = 0xC0; // either bit
+constexpr uint32_t class_bits = 0x3800;
 
 uint64_t &cell(State &state, Address at) { return state.cells[at.page][at.offset]; }
 
@@ -56,12 +57,20 @@ void show(State &state, Address key, const ArlBin &bin)
     cell(state, data_behind(key)) = bin.data;
 }
 
-void store(State &state, Address key, ArlBin &bin)
+// A write stores the whole bucket. The bins beside the one that is meant don't become younger by it.
+void store(State &state, Address key, ArlBin &bin, uint64_t meant)
 {
     const auto data = static_cast<uint32_t>(cell(state, data_behind(key)));
-    if (bin.key == cell(state, key) && bin.data == data)
-        return; // the bins beside the one that is written don't become younger
-    bin = {cell(state, key), data, 0};
+    if (bin.key == meant || bin.key != cell(state, key) || bin.data != data)
+        bin = {cell(state, key), data, 0};
+}
+
+bool is_enabled(State &state, uint8_t port)
+{
+    if (port == 8)
+        return (cell(state, cpu_port_control) & cpu_port_on) != 0;
+    return (cell(state, {port_control.page, static_cast<uint8_t>(port_control.offset + port)}) & port_off) ==
+           0;
 }
 
 bool is_at_port(const ArlBin &bin, uint64_t port)
@@ -83,36 +92,10 @@ void show_next_results(Switch &simulated)
     for (unsigned number = 0; number < 2; ++number) {
         while (arl.next_searched < arl_entries && !is_valid(arl.bins[arl.next_searched]))
             ++arl.next_searched;
-        const bool at_end = arl.next_searched == arl_entries;
+        const bool at_end = arl.next_searched >= arl_entries;
         show(state, result_key(number), at_end ? ArlBin{} : arl.bins[arl.next_searched++]);
     }
     search_latency(state) = {simulated.behaviour().latency, static_cast<uint32_t>(start)};
-}
-
-// Up to the separator, which is skipped; null when it is missing.
-const char *take_number(const char *text, char separator, uint64_t last, uint64_t &number)
-{
-    char word[16];
-    const char *end = strchr(text, separator);
-    const size_t length = end ? static_cast<size_t>(end - text) : sizeof word;
-    if (length >= sizeof word)
-        return nullptr;
-    memcpy(word, text, length);
-    word[length] = '\0';
-    return parse_number(word, number) && number <= last ? end + 1 : nullptr;
-}
-
-const char *take_mac(const char *text, uint64_t &mac)
-{
-    mac = 0;
-    for (int byte = 0; byte < 6; ++byte, text += 3) {
-        const char digits[] = {text[0], text[0] ? text[1] : '\0', '\0'};
-        if (!isxdigit(static_cast<unsigned char>(digits[0])) ||
-            !isxdigit(static_cast<unsigned char>(digits[1])) || text[2] != (byte == 5 ? ',' : ':'))
-            return nullptr;
-        mac = mac << 8 | strtoul(digits, nullptr, 16);
-    }
-    return text;
 }
 
 } // namespace
@@ -130,12 +113,13 @@ void arl_access_written(Switch &simulated, unsigned, uint64_t value)
     if ((value & start) == 0)
         return;
     State &state = simulated.state();
-    ArlBin *bucket = arl_bucket(state.arl, cell(state, mac_index) | cell(state, vid_index) << vid_low);
+    const uint64_t key = cell(state, mac_index) | cell(state, vid_index) << vid_low;
+    ArlBin *bucket = arl_bucket(state.arl, key);
     for (unsigned bin = 0; bin < arl_bins; ++bin) {
         if (value & access_reads)
             show(state, bin_key(bin), bucket[bin]);
         else
-            store(state, bin_key(bin), bucket[bin]);
+            store(state, bin_key(bin), bucket[bin], key);
     }
 }
 
@@ -188,21 +172,10 @@ void fast_age_written(Switch &simulated, unsigned, uint64_t value)
     }
 }
 
-bool parse_station(const char *text, Station &station)
-{
-    uint64_t vid = 0;
-    uint64_t port = 0;
-    text = take_mac(text, station.mac);
-    text = text ? take_number(text, ',', 4095, vid) : nullptr;
-    if (!text || !take_number(text, '\0', 8, port) || (port > 1 && port != 8))
-        return false;
-    station.vid = static_cast<uint16_t>(vid);
-    station.port = static_cast<uint8_t>(port);
-    return (station.mac & group_bit) == 0;
-}
-
 void learn(State &state, const Station &station)
 {
+    if (!is_enabled(state, station.port))
+        return;
     const uint64_t key = station.mac | uint64_t{station.vid} << vid_low;
     ArlBin *bucket = arl_bucket(state.arl, key);
     ArlBin *chosen = nullptr;
@@ -215,7 +188,7 @@ void learn(State &state, const Station &station)
     if (!chosen)
         ++cell(state, bin_full_counter);
     else if (!is_valid(*chosen) || is_dynamic(*chosen))
-        *chosen = {key, station.port | arl_valid, 0};
+        *chosen = {key, station.port | arl_valid | (is_valid(*chosen) ? chosen->data & class_bits : 0), 0};
 }
 
 void let_time_pass(State &state, uint32_t seconds)

@@ -39,10 +39,8 @@ struct Station {
     uint8_t port;
 };
 
-// "MAC,VID,PORT": six pairs of hexadecimal digits with colons, not a group address; 0 to 4095; 0, 1 or 8.
-bool parse_station(const char *text, Station &station);
-
-// The switch learns the station. A static entry stays as it is; a full bucket is only counted.
+// The switch learns the station, if its port is on. A static entry stays as it is, one that is there keeps
+// its class; a full bucket is only counted.
 void learn(State &state, const Station &station);
 
 // Dynamic entries that were not heard for the age time (taken as seconds) go, if ageing is on.

@@ -36,6 +36,34 @@ bool parse_stuck(const char *text, Options &options)
     return true;
 }
 
+constexpr uint64_t group_address = uint64_t{1} << 40;
+
+// Up to the separator, which is skipped; null when it is missing.
+const char *take_number(const char *text, char separator, uint64_t last, uint64_t &number)
+{
+    char word[16];
+    const char *end = strchr(text, separator);
+    const size_t length = end ? static_cast<size_t>(end - text) : sizeof word;
+    if (length >= sizeof word)
+        return nullptr;
+    memcpy(word, text, length);
+    word[length] = '\0';
+    return parse_number(word, number) && number <= last ? end + 1 : nullptr;
+}
+
+const char *take_mac(const char *text, uint64_t &mac)
+{
+    mac = 0;
+    for (int byte = 0; byte < 6; ++byte, text += 3) {
+        const char digits[] = {text[0], text[0] ? text[1] : '\0', '\0'};
+        if (!isxdigit(static_cast<unsigned char>(digits[0])) ||
+            !isxdigit(static_cast<unsigned char>(digits[1])) || text[2] != (byte == 5 ? ',' : ':'))
+            return nullptr;
+        mac = mac << 8 | strtoul(digits, nullptr, 16);
+    }
+    return text;
+}
+
 } // namespace
 
 bool parse_number(const char *text, uint64_t &number)
@@ -75,20 +103,54 @@ bool parse_fault(const char *text, Options &options)
     return false;
 }
 
-bool parse_faults(const char *text, Options &options)
+bool parse_station(const char *text, Station &station)
 {
-    char fault[64];
+    uint64_t vid = 0;
+    uint64_t port = 0;
+    text = take_mac(text, station.mac);
+    text = text ? take_number(text, ',', 4095, vid) : nullptr;
+    if (!text || !take_number(text, '\0', 8, port) || (port > 1 && port != 8))
+        return false;
+    station.vid = static_cast<uint16_t>(vid);
+    station.port = static_cast<uint8_t>(port);
+    return (station.mac & group_address) == 0;
+}
+
+bool parse_interface(const char *text, Options &options)
+{
+    const size_t length = strlen(text);
+    if (length == 0 || length >= esw::interface_name_size || text[strcspn(text, "/ ")] != '\0' ||
+        options.interface_count == max_interfaces)
+        return false;
+    memcpy(options.interfaces[options.interface_count++], text, length + 1);
+    return true;
+}
+
+namespace {
+
+bool parse_each(const char *text, Options &options, bool (*parse)(const char *, Options &))
+{
+    char word[64];
     while (*text) {
         const size_t length = strcspn(text, " ");
-        if (length >= sizeof fault)
+        if (length >= sizeof word)
             return false;
-        memcpy(fault, text, length);
-        fault[length] = '\0';
-        if (length != 0 && !parse_fault(fault, options))
+        memcpy(word, text, length);
+        word[length] = '\0';
+        if (length != 0 && !parse(word, options))
             return false;
         text += length + (text[length] != '\0');
     }
     return true;
+}
+
+} // namespace
+
+bool parse_faults(const char *text, Options &options) { return parse_each(text, options, parse_fault); }
+
+bool parse_interfaces(const char *text, Options &options)
+{
+    return parse_each(text, options, parse_interface);
 }
 
 } // namespace sim

@@ -4,9 +4,12 @@
 
 #include <cstdint>
 
+#include "core/wire.h"
 #include "sim/model/switch.h"
 
 namespace sim {
+
+inline constexpr unsigned max_interfaces = 8;
 
 struct Options {
     Behaviour behaviour;
@@ -18,6 +21,10 @@ struct Options {
     bool eee_requests_fail = false;
     bool no_socket = false;
     bool no_lock = false;
+    bool unprivileged = false; // requests to PHYs need no CAP_NET_ADMIN
+    unsigned interface_count = 0;
+    char interfaces[max_interfaces][esw::interface_name_size] =
+        {}; // that are listed, and answer like lan and eth0
 };
 
 // All digits of a decimal, or of a hexadecimal number with 0x. False when text is something else.
@@ -30,7 +37,14 @@ bool parse_route(const char *text, Options &options);
 // text is none of them, or names no register with a busy bit.
 bool parse_fault(const char *text, Options &options);
 
-// Faults separated by blanks.
+// One more interface: 1 to 15 characters, no blank and no slash.
+bool parse_interface(const char *text, Options &options);
+
+// Several, separated by blanks.
 bool parse_faults(const char *text, Options &options);
+bool parse_interfaces(const char *text, Options &options);
+
+// "MAC,VID,PORT": six pairs of hexadecimal digits with colons, not a group address; 0 to 4095; 0, 1 or 8.
+bool parse_station(const char *text, Station &station);
 
 } // namespace sim

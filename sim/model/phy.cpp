@@ -221,6 +221,8 @@ void power_on_phys(Switch &simulated)
     for (unsigned port = 0; port < phy_count; ++port) {
         Port(simulated, port).power_on();
         simulated.state().eee[port] = idle_eee;
+        if (simulated.state().unplugged >> port & 1)
+            Port(simulated, port).renegotiate();
     }
 }
 

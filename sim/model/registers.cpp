@@ -52,15 +52,39 @@ constexpr Map map =
     with_roles(core_roles, port_roles, l2_roles, mirror_roles, vlan_roles, qos_roles, stat_roles, cfp_roles);
 static_assert(map.size() <= max_banks);
 
+// Which bank is where, for each page that has any: every request looks here.
+constexpr unsigned pages = [] {
+    unsigned count = 0;
+    for (size_t i = 0; i < map.size(); ++i)
+        count += i == 0 || map[i].page != map[i - 1].page;
+    return count;
+}();
+struct Places {
+    uint8_t row_of[256] = {};            // by page; 0: no register on it
+    uint8_t number[pages + 1][256] = {}; // of the bank, from 1 on; 0: no register there
+};
+constexpr Places places = [] {
+    Places all;
+    uint8_t rows = 0;
+    for (size_t i = 0; i < map.size(); ++i) {
+        uint8_t &row = all.row_of[map[i].page];
+        row = row == 0 ? ++rows : row;
+        for (unsigned index = 0; index < map[i].count; ++index)
+            all.number[row][map[i].offset + index * map[i].stride] = static_cast<uint8_t>(i + 1);
+    }
+    return all;
+}();
+
 } // namespace
 
 Located locate(uint8_t page, uint8_t offset)
 {
-    const chip::Located found = chip::locate(page, offset);
-    if (!found.row)
+    const unsigned number = places.number[places.row_of[page]][offset];
+    if (number == 0)
         return {};
-    const auto number = static_cast<unsigned>(found.row - chip::registers.data());
-    return {&map[number], number, found.index};
+    const Bank &bank = map[number - 1];
+    const unsigned distance = offset - bank.offset;
+    return {&bank, number - 1, bank.count > 1 ? distance / bank.stride : 0};
 }
 
 const Bank *find_bank(const char *name)

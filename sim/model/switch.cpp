@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "sim/model/switch.h"
 
-#include <algorithm>
-#include <array>
+#include <cstddef>
 #include <cstring>
 
 namespace sim {
@@ -16,14 +15,39 @@ void Switch::power_on(uint32_t device_id)
 {
     memset(&state_, 0, sizeof state_);
     state_.device_id = device_id;
+    reset();
+}
+
+void Switch::reset()
+{
+    constexpr size_t kept = offsetof(State, cells);
+    state_.reset_runs = 1;
+    memset(reinterpret_cast<char *>(&state_) + kept, 0, sizeof state_ - kept);
     for (unsigned number = 0; number < bank_count(); ++number) {
         const Bank &b = bank(number);
         for (unsigned index = 0; index < b.count; ++index)
             cell(b.page, static_cast<uint8_t>(b.offset + index * b.stride)) = b.role.power_on;
     }
     const Bank *id = find_bank("device-id");
-    cell(id->page, id->offset) = device_id;
+    cell(id->page, id->offset) = state_.device_id;
     power_on_phys(*this);
+    state_.reset_runs = 0;
+}
+
+void Switch::finish_reset()
+{
+    if (state_.reset_runs)
+        reset();
+}
+
+bool Switch::is_passive(const Located &at, bool write) const
+{
+    if (!at.bank)
+        return true;
+    const Role &role = at.bank->role;
+    if (write)
+        return !role.written;
+    return !role.refresh && !role.reading && at.bank != behaviour_.stuck && state_.busy[at.number].reads == 0;
 }
 
 uint64_t Switch::read(uint8_t page, uint8_t offset)
@@ -62,19 +86,11 @@ void Switch::write(uint8_t page, uint8_t offset, uint64_t value)
         bank->role.written(*this, index, value);
 }
 
-// A reset brings every register back to its power-on contents. What comes from outside, traffic and pulled
-// cables, stays. The start bits clear themselves.
+// The start bits clear themselves.
 void switch_reset_written(Switch &simulated, unsigned, uint64_t value)
 {
-    if ((value & reset_bits) != reset_bits)
-        return;
-    const State &state = simulated.state();
-    const std::array traffic = std::to_array(state.traffic);
-    const uint32_t unplugged = state.unplugged;
-    simulated.power_on(state.device_id);
-    std::ranges::copy(traffic, simulated.state().traffic);
-    for (unsigned port = 0; port < phy_count; ++port)
-        plug_cable(simulated, port, (unplugged >> port & 1) == 0);
+    if ((value & reset_bits) == reset_bits)
+        simulated.reset();
 }
 
 } // namespace sim

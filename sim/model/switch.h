@@ -14,8 +14,11 @@ namespace sim {
 
 // Everything that the switch remembers. Plain data: it lives in memory that processes share.
 struct State {
-    uint32_t device_id;
-    uint32_t unplugged; // ports whose cable is pulled
+    uint32_t device_id;  // what the board is, whatever happens to it
+    uint32_t reset_runs; // from the first to the last step of a reset
+    uint32_t unplugged;  // ports whose cable is pulled
+    uint32_t unused;     // keeps the rest aligned without gaps
+    Traffic traffic[counting_ports.size()];
     // Addresses that no known register occupies keep whatever 64 bits were written there last.
     uint64_t cells[256][256];
     struct {
@@ -23,7 +26,6 @@ struct State {
         uint32_t bits;
     } busy[max_banks];
     AddressTable arl;
-    Traffic traffic[counting_ports.size()];
     Phy phys[phy_count];
     Eee eee[phy_count];
     uint32_t vlan_table[4096]; // by VID
@@ -41,7 +43,18 @@ class Switch {
 public:
     Switch(State &state, const Behaviour &behaviour) : state_(state), behaviour_(behaviour) {}
 
+    // A new switch: nothing of what was there is left.
     void power_on(uint32_t device_id);
+
+    // Brings every register and table back to its power-on contents. What comes from outside, traffic and
+    // pulled cables, stays.
+    void reset();
+
+    // Goes on with a reset whose process died in the middle.
+    void finish_reset();
+
+    // Whether a request only reads or writes the contents of one register: no engine takes part.
+    [[nodiscard]] bool is_passive(const Located &at, bool write) const;
 
     uint64_t read(uint8_t page, uint8_t offset);
     void write(uint8_t page, uint8_t offset, uint64_t value);
