@@ -2,6 +2,7 @@
 #include "sim/board/board.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 
 #include <fcntl.h>
@@ -14,9 +15,8 @@
 namespace sim {
 namespace {
 
-// Changes whenever SharedSwitch or the register map does: an older board starts anew.
-constexpr uint64_t layout_revision = 1;
-uint64_t layout() { return layout_revision << 48 | uint64_t{bank_count()} << 32 | sizeof(SharedSwitch); }
+// Told by the build from the sources that decide how a board looks: another one starts anew.
+constexpr uint64_t layout = SIM_LAYOUT;
 
 constexpr char switch_file[] = "switch";
 
@@ -44,8 +44,8 @@ bool is_current(int descriptor)
 {
     uint64_t found = 0;
     struct stat status = {};
-    return pread(descriptor, &found, sizeof found, 0) == sizeof found && found == layout() &&
-           fstat(descriptor, &status) == 0 && status.st_size == sizeof(SharedSwitch);
+    return pread(descriptor, &found, sizeof found, 0) == sizeof found && found == layout &&
+           syscall(SYS_fstat, descriptor, &status) == 0 && status.st_size == sizeof(SharedSwitch);
 }
 
 bool make_directory(const char *path) { return mkdir(path, 0700) == 0 || errno == EEXIST; }
@@ -60,8 +60,16 @@ bool provide_switch(const char *path, const char *scratch, uint32_t device_id)
     if (present && is_current(present.number))
         return true;
     const Descriptor fresh(raw_open(scratch, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-    if (!fresh || ftruncate(fresh.number, sizeof(SharedSwitch)) != 0)
+    if (!fresh)
         return false;
+    // With room for all of it: a full disk would end whoever touches a missing page.
+    errno = posix_fallocate(fresh.number, 0, sizeof(SharedSwitch));
+    if (errno != 0) {
+        const int kept = errno;
+        unlink(scratch);
+        errno = kept;
+        return false;
+    }
     SharedSwitch *shared = map_switch(fresh.number);
     if (!shared)
         return false;
@@ -95,7 +103,7 @@ void initialise(SharedSwitch &shared, uint32_t device_id)
     pthread_mutexattr_destroy(&attributes);
     const Behaviour plain;
     Switch(shared.state, plain).power_on(device_id);
-    shared.layout = layout();
+    shared.layout = layout;
 }
 
 bool create_board(const char *directory, uint32_t device_id)
@@ -122,12 +130,45 @@ SharedSwitch *attach_board(const char *directory)
     return descriptor && is_current(descriptor.number) ? map_switch(descriptor.number) : nullptr;
 }
 
-BoardLock::BoardLock(SharedSwitch &shared) : mutex_(shared.mutex)
+BoardLock::BoardLock(SharedSwitch &shared) : shared_(shared)
 {
-    if (pthread_mutex_lock(&mutex_) == EOWNERDEAD)
-        pthread_mutex_consistent(&mutex_);
+    constexpr uint64_t all = ~uint64_t{0};
+    syscall(SYS_rt_sigprocmask, SIG_SETMASK, &all, &signals_, sizeof all); // the C library's own ones, too
+    if (pthread_mutex_lock(&shared.mutex) == EOWNERDEAD)
+        pthread_mutex_consistent(&shared.mutex);
+    __atomic_store_n(&shared.turn, shared.turn | 1, __ATOMIC_SEQ_CST);
+    __atomic_thread_fence(__ATOMIC_SEQ_CST);
+    const Behaviour plain;
+    Switch(shared.state, plain).finish_reset();
 }
 
-BoardLock::~BoardLock() { pthread_mutex_unlock(&mutex_); }
+BoardLock::~BoardLock()
+{
+    __atomic_store_n(&shared_.turn, shared_.turn + 1, __ATOMIC_RELEASE);
+    pthread_mutex_unlock(&shared_.mutex);
+    syscall(SYS_rt_sigprocmask, SIG_SETMASK, &signals_, nullptr, sizeof signals_);
+}
+
+// A store that comes while an engine has just begun counts as one behind it; the same program's next request
+// sees the odd turn and waits.
+bool serve_alone(SharedSwitch &shared, const Switch &simulated, bool write, esw::RegisterRequest &request)
+{
+    const Located at = locate(request.page, request.offset);
+    const uint32_t turn = __atomic_load_n(&shared.turn, __ATOMIC_ACQUIRE);
+    if ((turn & 1) != 0 || !simulated.is_passive(at, write))
+        return false;
+    const uint64_t mask = at.bank ? at.bank->mask() : ~uint64_t{0};
+    uint64_t &cell = shared.state.cells[request.page][request.offset];
+    if (write) {
+        if (!at.bank || !at.bank->read_only)
+            __atomic_store_n(&cell, request.value & mask, __ATOMIC_SEQ_CST);
+        return true;
+    }
+    const uint64_t value = __atomic_load_n(&cell, __ATOMIC_ACQUIRE);
+    if (__atomic_load_n(&shared.turn, __ATOMIC_RELAXED) != turn)
+        return false;
+    request.value = value & mask;
+    return true;
+}
 
 } // namespace sim

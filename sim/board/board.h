@@ -9,6 +9,7 @@
 #include <pthread.h>
 #include <sys/types.h>
 
+#include "core/wire.h"
 #include "sim/model/switch.h"
 
 namespace sim {
@@ -21,12 +22,16 @@ inline constexpr char env_route[] = "ESW_SIM_ROUTE";
 inline constexpr char env_latency[] = "ESW_SIM_LATENCY";
 inline constexpr char env_faults[] = "ESW_SIM_FAULTS";
 inline constexpr char env_trace[] = "ESW_SIM_TRACE"; // a file that lines are appended to
+inline constexpr char env_interfaces[] = "ESW_SIM_INTERFACES";
+inline constexpr char env_unprivileged[] = "ESW_SIM_UNPRIVILEGED";
 
 // The contents of the board's switch file.
 struct SharedSwitch {
     uint64_t layout; // tells a file of this very layout
     pthread_mutex_t mutex;
+    uint32_t turn; // odd while somebody holds the board
     State state;
+    uint64_t end; // goes first when the file is cut short
 };
 
 // Files of a board, below its directory.
@@ -42,7 +47,8 @@ SharedSwitch *attach_board(const char *directory);
 // Makes memory a powered-on switch.
 void initialise(SharedSwitch &shared, uint32_t device_id);
 
-// Holds a board's switch to the end of its scope. A holder that dies leaves it usable.
+// Holds a board's switch to the end of its scope. A holder that dies leaves it usable, and no signal handler
+// runs in between: it could make a request of its own, or never come back.
 class BoardLock {
 public:
     explicit BoardLock(SharedSwitch &shared);
@@ -51,8 +57,13 @@ public:
     BoardLock &operator=(const BoardLock &) = delete;
 
 private:
-    pthread_mutex_t &mutex_;
+    SharedSwitch &shared_;
+    uint64_t signals_ = 0; // that were blocked before
 };
+
+// Serves a request without holding the board, which only one that no engine takes part in can be: a single
+// load or store of a register, as indivisible as the drivers' own. False when the board has to be held.
+bool serve_alone(SharedSwitch &shared, const Switch &simulated, bool write, esw::RegisterRequest &request);
 
 // System calls that no preloaded layer sees.
 int raw_open(const char *path, int flags, mode_t mode = 0);

@@ -13,15 +13,20 @@ class Next {
 public:
     constexpr Next(Function *, const char *name) : name_(name) {}
 
-    template <typename... Arguments>
-    auto operator()(Arguments... arguments)
+    Function *find()
     {
         void *found = found_.load(std::memory_order_relaxed);
         if (!found) {
             found = dlsym(RTLD_NEXT, name_);
             found_.store(found, std::memory_order_relaxed);
         }
-        return reinterpret_cast<Function *>(found)(arguments...);
+        return reinterpret_cast<Function *>(found);
+    }
+
+    template <typename... Arguments>
+    auto operator()(Arguments... arguments)
+    {
+        return find()(arguments...);
     }
 
 private:

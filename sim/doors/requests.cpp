@@ -24,16 +24,18 @@ const sim::Options &options()
     return session ? session->options() : nothing_special;
 }
 
-void *object_of(const void *address)
-{
-    Dl_info info = {};
-    return dladdr(address, &info) ? info.dli_fbase : nullptr;
-}
-
+// Also where the library was loaded for one user only: its object is asked by name.
 bool is_in_libesw(const void *address)
 {
-    const void *known = dlsym(RTLD_DEFAULT, "ethHw_init");
-    return known && object_of(address) == object_of(known);
+    Dl_info caller = {};
+    Dl_info found = {};
+    if (!dladdr(address, &caller))
+        return false;
+    void *object = dlopen(caller.dli_fname, RTLD_LAZY | RTLD_NOLOAD);
+    void *known = object ? dlsym(object, "ethHw_init") : dlsym(RTLD_DEFAULT, "ethHw_init");
+    if (object)
+        dlclose(object);
+    return known && dladdr(known, &found) && found.dli_fbase == caller.dli_fbase;
 }
 
 } // namespace
@@ -50,7 +52,10 @@ int ioctl(int descriptor, unsigned long number, ...)
     int result = 0;
     if (session && session->serve(descriptor, number, argument, result))
         return result;
-    return next_ioctl(descriptor, number, argument);
+    result = next_ioctl(descriptor, number, argument);
+    if (result == -1 && errno == EINVAL && session && sim::kind_of(descriptor) == sim::Kind::control)
+        errno = ENOTTY; // what stands for the device has a few requests of its own
+    return result;
 }
 
 int socket(int domain, int type, int protocol) noexcept

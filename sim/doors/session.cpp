@@ -5,8 +5,9 @@
 #include <cstring>
 
 #include <fcntl.h>
-#include <sys/socket.h>
+#include <linux/capability.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "core/wire.h"
@@ -18,24 +19,58 @@ namespace {
 constexpr const char *simulated_interfaces[] = {"lan", "eth0"};
 
 struct BoardFile {
-    const char *path;
+    const char *directory;
+    const char *name;
     const char *stand_in;
 };
-constexpr BoardFile stand_ins[] = {
-    {"/run/lock/esw.lock", "lock"}, // those who work on this switch wait for each other only
-    {"/dev/shm/vid_list.cfg", "shm/vid_list.cfg"},
-    {"/dev/shm/cfp_last_idx.cfg", "shm/cfp_last_idx.cfg"},
-    {"/dev/shm/cfp_rule.cfg", "shm/cfp_rule.cfg"},
+constexpr BoardFile files[] = {
+    {"/dev/", "esw-ctl", control_file},
+    {"/run/lock/", "esw.lock", "lock"}, // those who work on this switch wait for each other only
+    {"/dev/shm/", "vid_list.cfg", "shm/vid_list.cfg"},
+    {"/dev/shm/", "cfp_last_idx.cfg", "shm/cfp_last_idx.cfg"},
+    {"/dev/shm/", "cfp_rule.cfg", "shm/cfp_rule.cfg"},
 };
 constexpr char no_such_file[] = "no-such-device"; // never created
 
-bool is_simulated(const char *name)
+bool is_control(const BoardFile &file) { return file.stand_in == control_file; }
+
+// The kernel looks at 15 characters of a name.
+bool is_name(const char *interface, const char *asked_for)
 {
-    for (const char *interface : simulated_interfaces) {
-        if (strncmp(name, interface, esw::interface_name_size) == 0)
-            return true;
+    return strncmp(interface, asked_for, esw::interface_name_size - 1) == 0;
+}
+
+bool is_same_directory(int from, const char *one, const char *other)
+{
+    struct stat a = {};
+    struct stat b = {};
+    return syscall(SYS_newfstatat, from, one, &a, 0) == 0 &&
+           syscall(SYS_newfstatat, AT_FDCWD, other, &b, 0) == 0 && a.st_ino == b.st_ino &&
+           a.st_dev == b.st_dev;
+}
+
+// However the path is spelled: by what its directory is.
+bool leads_to(const BoardFile &file, int directory, const char *path, const char *name)
+{
+    char parent[path_size] = ".";
+    const auto length = static_cast<size_t>(name - path);
+    if (strcmp(name, file.name) != 0 || length >= sizeof parent)
+        return false;
+    if (length == strlen(file.directory) && strncmp(path, file.directory, length) == 0)
+        return true; // also where the system has no such directory
+    if (length != 0) {
+        memcpy(parent, path, length);
+        parent[length] = '\0';
     }
-    return false;
+    return is_same_directory(directory, parent, file.directory);
+}
+
+bool may_administer_network()
+{
+    constexpr unsigned net_admin = 12;
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct sets[_LINUX_CAPABILITY_U32S_3] = {};
+    return syscall(SYS_capget, &header, sets) == 0 && (sets[0].effective >> net_admin & 1) != 0;
 }
 
 bool is_register_request(unsigned long number)
@@ -43,54 +78,55 @@ bool is_register_request(unsigned long number)
     return number == esw::request_read || number == esw::request_write;
 }
 
-bool is_driver_request(unsigned long number)
+bool is_mii_request(unsigned long number)
 {
-    return is_register_request(number) || number == esw::request_mii_read ||
-           number == esw::request_mii_write || number == esw::request_eee_read ||
-           number == esw::request_eee_write;
+    return number == esw::request_mii_read || number == esw::request_mii_write;
 }
 
-// The kernel takes device requests on any socket.
-bool is_socket(int descriptor)
+bool is_driver_request(unsigned long number)
 {
-    int type = 0;
-    socklen_t size = sizeof type;
-    return getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &size) == 0;
+    return is_register_request(number) || is_mii_request(number) || number == esw::request_eee_read ||
+           number == esw::request_eee_write;
 }
 
 } // namespace
 
 Session::Session(SharedSwitch &shared, const Options &options, const char *directory)
     : shared_(shared), options_(options), directory_(directory), driver_(shared.state, options)
+{}
+
+bool Session::is_simulated(const char *interface) const
 {
-    char path[path_size];
-    struct stat status = {};
-    const int control = join_path(path, directory, control_file) ? raw_open(path, O_RDONLY | O_CLOEXEC) : -1;
-    if (control < 0)
-        return;
-    fstat(control, &status);
-    close(control);
-    control_device_id_ = status.st_dev;
-    control_inode_ = status.st_ino;
+    for (const char *simulated : simulated_interfaces) {
+        if (is_name(interface, simulated))
+            return true;
+    }
+    for (unsigned i = 0; i < options_.interface_count; ++i) {
+        if (is_name(interface, options_.interfaces[i]))
+            return true;
+    }
+    return false;
 }
 
-// By identity, not by number: descriptors may be duplicated, inherited and closed without our knowledge.
-bool Session::is_control_device(int descriptor) const
-{
-    struct stat status = {};
-    return fstat(descriptor, &status) == 0 && status.st_ino == control_inode_ &&
-           status.st_dev == control_device_id_;
-}
+// Touching what is gone would end the program.
+bool Session::is_cut_short() const { return !is_readable(&shared_.end); }
 
 int Session::serve_register(Route route, bool write, void *argument)
 {
     esw::RegisterRequest request;
     if (!fetch(&request, argument, sizeof request))
         return EFAULT;
-    {
+    if (is_cut_short())
+        return EIO;
+    if (driver_.is_traced()) {
         const BoardLock lock(shared_);
         if (const int error = driver_.serve(route, write, request))
             return error;
+    } else if (driver_.fails_now()) {
+        return EIO;
+    } else if (!serve_alone(shared_, driver_.simulated(), write, request)) {
+        const BoardLock lock(shared_);
+        driver_.access(write, request);
     }
     auto *value = &static_cast<esw::RegisterRequest *>(argument)->value;
     return write || store(value, &request.value, sizeof request.value) ? 0 : EFAULT;
@@ -98,6 +134,10 @@ int Session::serve_register(Route route, bool write, void *argument)
 
 int Session::serve_mii(bool write, esw::MiiRequest &request, void *argument)
 {
+    if (!options_.unprivileged && !may_administer_network())
+        return EPERM;
+    if (is_cut_short())
+        return EIO;
     {
         const BoardLock lock(shared_);
         if (const int error = driver_.serve_mii(write, request))
@@ -111,6 +151,8 @@ int Session::serve_eee(bool write, void *argument)
     ethtool_eee record;
     if (!fetch(&record, argument, sizeof record))
         return EFAULT;
+    if (is_cut_short())
+        return EIO;
     {
         const BoardLock lock(shared_);
         if (const int error = driver_.serve_eee(write, record))
@@ -144,43 +186,60 @@ bool Session::serve_interface(unsigned long number, void *argument, int &error)
 
 bool Session::serve(int descriptor, unsigned long number, void *argument, int &result)
 {
+    number = static_cast<uint32_t>(number); // all that the kernel looks at
     if (!is_driver_request(number))
         return false;
     const int kept = errno;
+    const Kind kind = kind_of(descriptor);
     int error = 0;
-    if (is_register_request(number) && is_control_device(descriptor))
-        error = serve_register(Route::device, number == esw::request_write, argument);
-    else if (!is_socket(descriptor) || !serve_interface(number, argument, error))
-        return false;
+    bool served = true;
+    if (kind == Kind::control)
+        error = is_register_request(number)
+                    ? serve_register(Route::device, number == esw::request_write, argument)
+                    : ENOTTY;
+    else
+        served = kind == Kind::socket && serve_interface(number, argument, error);
     errno = error ? error : kept;
+    if (!served)
+        return false;
     result = error ? -1 : 0;
     return true;
 }
 
 bool Session::is_stand_in(dev_t device, ino_t inode) const
 {
-    for (const BoardFile &file : stand_ins) {
+    for (const BoardFile &file : files) {
         char path[path_size];
         struct stat status = {};
-        if (join_path(path, directory_, file.stand_in) && stat(path, &status) == 0 &&
-            status.st_ino == inode && status.st_dev == device)
+        if (!is_control(file) && join_path(path, directory_, file.stand_in) &&
+            syscall(SYS_newfstatat, AT_FDCWD, path, &status, 0) == 0 && status.st_ino == inode &&
+            status.st_dev == device)
             return true;
     }
     return false;
 }
 
-const char *Session::redirect(const char *path, char (&to)[path_size]) const
+const char *Session::redirect(int directory, const char *path, char (&to)[path_size]) const
 {
-    if (!path || strncmp(path, "/dev/", 5) != 0)
-        return nullptr;
-    const char *stand_in = nullptr;
-    if (strcmp(path, esw::control_device) == 0)
-        stand_in = options_.device_route ? control_file : no_such_file;
-    for (const BoardFile &file : stand_ins) {
-        if (strcmp(path, file.path) == 0)
-            stand_in = file.stand_in;
+    if (!is_readable(path))
+        return nullptr; // the system's own answer
+    const int kept = errno;
+    const char *slash = strrchr(path, '/');
+    const char *name = slash ? slash + 1 : path;
+    const char *found = nullptr;
+    for (const BoardFile &file : files) {
+        if (leads_to(file, directory, path, name))
+            found = is_control(file) && !options_.device_route ? no_such_file : file.stand_in;
     }
-    return stand_in && join_path(to, directory_, stand_in) ? to : nullptr;
+    errno = kept;
+    return found && join_path(to, directory_, found) ? to : nullptr;
+}
+
+bool Session::is_control_stand_in(const char *path) const
+{
+    char control[path_size];
+    const char *name = options_.device_route ? control_file : no_such_file;
+    return join_path(control, directory_, name) && strcmp(path, control) == 0;
 }
 
 } // namespace sim

@@ -6,6 +6,7 @@
 
 namespace sim {
 
+bool is_readable(const void *at); // the word there
 bool fetch(void *to, const void *from, size_t size);
 bool store(void *to, const void *from, size_t size); // at most a page
 

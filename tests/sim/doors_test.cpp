@@ -2,13 +2,22 @@
 // What a preloaded layer usually gets wrong, and what the simulated switch must not.
 #include "tests/support/board.h"
 
+#include <atomic>
+#include <csetjmp>
 #include <csignal>
+#include <cstring>
+#include <filesystem>
 #include <fstream>
+#include <thread>
 
 #include <fcntl.h>
+#include <linux/capability.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -27,8 +36,19 @@ protected:
     // The errno of a request, 0 when it is served.
     static int error_of(int descriptor, unsigned long number, const void *argument)
     {
-        errno = 0;
+        errno = EINVAL; // left over from an earlier call
         return ioctl(descriptor, number, argument) == 0 ? 0 : errno;
+    }
+
+    static unsigned file_mode(const std::string &path)
+    {
+        struct stat status = {};
+        return stat(path.c_str(), &status) == 0 ? status.st_mode & 0777 : 0;
+    }
+    static time_t modified(const std::string &path)
+    {
+        struct stat status = {};
+        return stat(path.c_str(), &status) == 0 ? status.st_mtime : 0;
     }
 
     static esw::RegisterRequest id_request() { return {.width = 32, .page = 0x02, .offset = 0x30}; }
@@ -43,6 +63,10 @@ TEST_F(Doors, MisuseIsAFailedRequest)
     esw::RequestBlock block{"eth0", &request, {}};
     esw::RequestBlock dangling{"eth0", unmapped, {}};
     esw::RequestBlock elsewhere{"lo", &request, {}};
+    ASSERT_TRUE(sim::parse_interfaces("sw0 switch012345678", options()));
+    esw::RequestBlock cut_name{"switch012345678", &request, {}};
+    cut_name.name[15] = 'x';
+    const void *const next_to_null = reinterpret_cast<void *>(8);
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
     const struct {
@@ -54,6 +78,11 @@ TEST_F(Doors, MisuseIsAFailedRequest)
     } cases[] = {
         {"device", gFd, esw::request_read, &request, 0},
         {"interface", gSocket, esw::request_read, &block, 0},
+        {"pipe with a good block", ends[0], esw::request_read, &block, ENOTTY},
+        {"PHY request on the device", gFd, esw::request_mii_read, &block, ENOTTY},
+        {"bits that the kernel does not look at", gFd, esw::request_read | 7UL << 32, &request, 0},
+        {"name of 16 characters", gSocket, esw::request_read, &cut_name, 0},
+        {"next to null", gFd, esw::request_read, next_to_null, EFAULT},
         {"null", gFd, esw::request_read, nullptr, EFAULT},
         {"unmapped", gFd, esw::request_write, unmapped, EFAULT},
         {"reading into read-only memory", gFd, esw::request_read, read_only, EFAULT},
@@ -85,29 +114,112 @@ TEST_F(Doors, DescriptorsAreKnownByWhatTheyAre)
     close(file);
 }
 
-TEST_F(Doors, EveryWayToOpenReachesTheBoard)
+// Looks like a device without operations, however it was come by.
+TEST_F(Doors, TheControlDeviceIsADevice)
 {
-    const char *const path = "/dev/shm/vid_list.cfg";
-    std::ofstream(shm("vid_list.cfg")) << "board";
-    const int descriptors[] = {open(path, O_RDONLY), open64(path, O_RDONLY), openat(AT_FDCWD, path, O_RDONLY),
-                               openat64(AT_FDCWD, path, O_RDONLY)};
-    for (const int descriptor : descriptors) {
-        char text[6] = {};
-        EXPECT_EQ(read(descriptor, text, 5), 5);
-        EXPECT_STREQ(text, "board");
-        close(descriptor);
-    }
     struct stat status = {};
-    EXPECT_EQ(stat(path, &status), 0);
-    EXPECT_EQ(status.st_size, 5);
-    EXPECT_EQ(access(path, W_OK), 0);
-    FILE *stream = fopen(path, "r");
-    ASSERT_NE(stream, nullptr);
-    EXPECT_EQ(fgetc(stream), 'b');
-    fclose(stream);
-    EXPECT_EQ(unlink(path), 0);
-    EXPECT_EQ(open(path, O_RDONLY), -1);
-    EXPECT_EQ(errno, ENOENT);
+    struct statx extended = {};
+    EXPECT_EQ(stat(esw::control_device, &status), 0);
+    EXPECT_TRUE(S_ISCHR(status.st_mode)) << status.st_mode;
+    EXPECT_EQ(statx(AT_FDCWD, "/dev//esw-ctl", 0, STATX_BASIC_STATS, &extended), 0);
+    EXPECT_TRUE(S_ISCHR(extended.stx_mode) && extended.stx_size == 0);
+    char byte = 0;
+    EXPECT_TRUE(read(gFd, &byte, 1) == -1 && errno == EINVAL);
+    EXPECT_TRUE(write(gFd, &byte, 1) == -1 && errno == EINVAL);
+    EXPECT_TRUE(mmap(nullptr, 1, PROT_READ, MAP_SHARED, gFd, 0) == MAP_FAILED && errno == ENODEV);
+    EXPECT_TRUE(open(esw::control_device, O_RDWR | O_CREAT | O_EXCL, 0600) == -1 && errno == EEXIST);
+    EXPECT_TRUE(open(esw::control_device, O_RDONLY | O_DIRECTORY) == -1 && errno == ENOTDIR);
+    const int other = open(esw::control_device, O_RDWR | O_CLOEXEC);
+    EXPECT_EQ(fcntl(other, F_GETFD), FD_CLOEXEC);
+    esw::RegisterRequest request = id_request();
+    EXPECT_EQ(error_of(other, esw::request_read, &request), 0);
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    dup2(ends[0], other); // the number changes its meaning
+    EXPECT_EQ(error_of(other, esw::request_read, &request), ENOTTY);
+    for (const int descriptor : {other, ends[0], ends[1]})
+        close(descriptor);
+    options().device_route = false;
+    EXPECT_TRUE(open(esw::control_device, O_RDWR | O_CREAT, 0600) == -1 && errno == ENOENT);
+}
+
+TEST_F(Doors, PhyRequestsWantAPrivilege)
+{
+    esw::MiiRequest request{"eth0", {.phy_id = 3, .reg_num = 1, .val_in = 0, .val_out = 0}, {}};
+    const auto without_privileges = [&] { // the errno
+        const pid_t child = fork();
+        if (child == 0) {
+            __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+            const __user_cap_data_struct none[_LINUX_CAPABILITY_U32S_3] = {};
+            syscall(SYS_capset, &header, none);
+            _exit(error_of(gSocket, esw::request_mii_read, &request));
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        return WEXITSTATUS(status);
+    };
+    EXPECT_EQ(without_privileges(), 0);
+    options().unprivileged = false;
+    EXPECT_EQ(without_privileges(), EPERM);
+}
+
+// Every call and every spelling; the system's own files are never touched.
+TEST_F(Doors, EveryCallWithAPathReachesTheBoard)
+{
+    const std::string real = shm("vid_list.cfg");
+    const int directory = open("/dev/shm", O_RDONLY | O_DIRECTORY);
+    char target[64];
+    const timespec times[2] = {{5, 0}, {7, 0}};
+    const struct {
+        const char *what;
+        std::function<bool(const char *path)> call;
+    } calls[] = {
+        {"open", [](const char *p) { return close(open(p, O_RDONLY)) == 0; }},
+        {"open64", [](const char *p) { return close(open64(p, O_RDONLY)) == 0; }},
+        {"openat", [](const char *p) { return close(openat(AT_FDCWD, p, O_RDONLY)) == 0; }},
+        {"openat64", [](const char *p) { return close(openat64(AT_FDCWD, p, O_RDONLY)) == 0; }},
+        {"relative", [=](const char *) { return close(openat(directory, "vid_list.cfg", O_RDONLY)) == 0; }},
+        {"shm_open", [](const char *) { return close(shm_open("/vid_list.cfg", O_RDONLY, 0)) == 0; }},
+        {"fopen",
+         [](const char *p) {
+             FILE *f = fopen(p, "r");
+             return f && fclose(f) == 0;
+         }},
+        {"stat",
+         [](const char *p) {
+             struct stat s;
+             return stat(p, &s) == 0 && s.st_size == 5;
+         }},
+        {"lstat",
+         [](const char *p) {
+             struct stat s;
+             return lstat(p, &s) == 0 && s.st_size == 5;
+         }},
+        {"access", [](const char *p) { return access(p, W_OK) == 0; }},
+        {"readlink",
+         [&](const char *p) { return readlink(p, target, sizeof target) < 0 && errno == EINVAL; }},
+        {"chmod", [&](const char *p) { return chmod(p, 0640) == 0 && file_mode(real) == 0640; }},
+        {"fchmodat",
+         [&](const char *p) { return fchmodat(AT_FDCWD, p, 0600, 0) == 0 && file_mode(real) == 0600; }},
+        {"truncate", [&](const char *p) { return truncate(p, 5) == 0; }},
+        {"utimensat",
+         [&](const char *p) { return utimensat(AT_FDCWD, p, times, 0) == 0 && modified(real) == 7; }},
+        {"link", [&](const char *p) { return link(p, (real + "2").c_str()) == 0; }},
+        {"rename away", [&](const char *p) { return rename(p, (real + "3").c_str()) == 0; }},
+        {"rename back", [&](const char *p) { return rename((real + "3").c_str(), p) == 0; }},
+        {"unlink", [&](const char *p) { return unlink(p) == 0 && access(real.c_str(), F_OK) != 0; }},
+    };
+    for (const char *const path : {"/dev/shm/vid_list.cfg", "/dev//shm/./vid_list.cfg",
+                                   "/dev/shm/../shm/vid_list.cfg", "../dev/shm/vid_list.cfg"}) {
+        std::filesystem::current_path("/tmp");
+        std::filesystem::remove(real + "2");
+        std::ofstream(real) << "board";
+        for (const auto &c : calls)
+            EXPECT_TRUE(c.call(path)) << c.what << ' ' << path << ": " << strerror(errno);
+        EXPECT_TRUE(open(path, O_RDONLY) == -1 && errno == ENOENT);
+    }
+    EXPECT_EQ(syscall(SYS_faccessat, AT_FDCWD, "/dev/shm/vid_list.cfg", F_OK), -1);
+    close(directory);
 }
 
 TEST_F(Doors, RequestsLeaveErrnoAlone)
@@ -154,6 +266,151 @@ TEST_F(Doors, RegistersKeepTheirOwnWidth)
     esw_reg_write(0x00, 0x79, 8, 0x90);
     EXPECT_EQ(esw_reg_read(0x40, 0x05, 16), 1518u) << "a reset restores power-on contents";
     EXPECT_EQ(esw_reg_read(0x02, 0x30, 32), class_b);
+}
+
+// Handlers that make requests of their own, and that never come back to the request they interrupted. An
+// engine has a part in one of the requests, in the other not; neither is torn, and the board is never left
+// locked.
+sigjmp_buf jump;
+volatile int interruptions = 0;
+void interrupt(int)
+{
+    esw_reg_read32(0x02, 0x30, 32);
+    esw_reg_write(0x00, 0x88, 8, 0x02);
+    interruptions = interruptions + 1;
+    if (interruptions % 3 == 0)
+        siglongjmp(jump, 1);
+}
+
+TEST_F(Doors, SignalHandlersFindTheBoardFree)
+{
+    sim::session()->driver().trace_to(nullptr, nullptr);
+    struct sigaction before = {};
+    struct sigaction action = {};
+    action.sa_handler = interrupt;
+    action.sa_flags = SA_NODEFER;
+    sigaction(SIGALRM, &action, &before);
+    itimerval timer = {{0, 100}, {0, 100}};
+    setitimer(ITIMER_REAL, &timer, nullptr);
+    sigsetjmp(jump, 1);
+    while (interruptions < 600) {
+        esw_reg_write(0x05, 0x80, 8, 0x80);
+        EXPECT_EQ(esw_reg_read32(0x02, 0x30, 32), class_b);
+    }
+    timer = {};
+    setitimer(ITIMER_REAL, &timer, nullptr);
+    sigaction(SIGALRM, &before, nullptr);
+    const pid_t child = fork(); // another process of the board
+    if (child == 0) {
+        alarm(5);
+        esw_reg_write(0x05, 0x80, 8, 0x80);
+        _exit(esw_reg_read32(0x02, 0x30, 32) == class_b ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+}
+
+// Without a trace, a request that no engine takes part in does not hold the board: it waits while somebody
+// does.
+TEST_F(Doors, RequestsWithoutATraceAreTheSame)
+{
+    sim::session()->driver().trace_to(nullptr, nullptr);
+    esw_reg_write(0x40, 0x05, 16, 0xFFFFFFFFFFFF1234);
+    EXPECT_EQ(esw_reg_read(0x40, 0x05, 16), 0x1234u);
+    esw_reg_write(0x02, 0x30, 32, 0);
+    EXPECT_EQ(esw_reg_read32(0x02, 0x30, 32), class_b);
+    esw_reg_write(0x00, 0x79, 8, 0x90);
+    EXPECT_EQ(esw_reg_read(0x40, 0x05, 16), 1518u);
+    ASSERT_TRUE(sim::parse_faults("nth=2", options()));
+    esw_reg_read32(0x02, 0x30, 32);
+    printed([] { EXPECT_EQ(esw_reg_read32(0x02, 0x30, 32), all_ones); });
+    options() = {};
+    std::atomic<bool> served = false;
+    std::thread other;
+    {
+        const sim::BoardLock lock(*shared());
+        other = std::thread([&] {
+            esw_reg_write(0xE0, 0x00, 64, 1);
+            served = true;
+        });
+        usleep(20'000);
+        EXPECT_FALSE(served);
+    }
+    other.join();
+    EXPECT_TRUE(served);
+}
+
+// Whoever comes next finishes what a dead process has begun. The board stays the board that it was.
+TEST_F(Doors, AnInterruptedResetIsFinished)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        new sim::BoardLock(*shared());
+        state().reset_runs = 1;
+        memset(state().cells, 0, sizeof state().cells);
+        _exit(0);
+    }
+    waitpid(child, nullptr, 0);
+    sim::session()->driver().trace_to(nullptr, nullptr);
+    EXPECT_EQ(esw_reg_read32(0x02, 0x30, 32), class_b);
+    EXPECT_EQ(esw_reg_read32(0x00, 0x00, 8), 0xA0u);
+}
+
+TEST_F(Doors, ABoardThatIsCutShortFailsRequests)
+{
+    ASSERT_EQ(truncate((directory() + "/switch").c_str(), 0), 0);
+    esw::RegisterRequest request = id_request();
+    EXPECT_EQ(error_of(gFd, esw::request_read, &request), EIO);
+}
+
+// A board takes its room when it is made.
+TEST_F(Doors, ABoardThatFindsNoRoomIsNotMade)
+{
+    const std::string place = directory() + "/full";
+    rlimit before = {};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit small = {65536, before.rlim_max};
+    const auto on_limit = signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &small);
+    EXPECT_TRUE(!sim::create_board(place.c_str(), class_b) && errno == EFBIG);
+    setrlimit(RLIMIT_FSIZE, &before);
+    signal(SIGXFSZ, on_limit);
+    EXPECT_FALSE(std::filesystem::exists(place + "/switch"));
+    EXPECT_TRUE(sim::create_board(place.c_str(), class_b));
+    struct stat status = {};
+    EXPECT_EQ(stat((place + "/switch").c_str(), &status), 0);
+    EXPECT_GE(status.st_blocks * 512, status.st_size);
+}
+
+TEST_F(Doors, StationsAreLearnedWhereTheirPortIsOn)
+{
+    constexpr uint64_t mac = 0x02005E005301;
+    sim::ArlBin &bin = *sim::arl_bucket(state().arl, mac | uint64_t{1} << 48);
+    const auto hear = [&](uint8_t port) {
+        sim::learn(state(), {mac, 1, port});
+        return bin.data;
+    };
+    for (const auto &[port, page, off] : {std::tuple(0, 0x00, 0xA2), {1, 0x00, 0xA1}, {8, 0x02, 0x00}}) {
+        reg(static_cast<uint8_t>(page), static_cast<uint8_t>(port % 8)) = static_cast<uint64_t>(off);
+        EXPECT_EQ(hear(static_cast<uint8_t>(port)), 0u) << port;
+        reg(static_cast<uint8_t>(page), static_cast<uint8_t>(port % 8)) = 0xA0;
+        EXPECT_EQ(hear(static_cast<uint8_t>(port)), sim::arl_valid | static_cast<uint32_t>(port));
+        bin = {};
+    }
+    // Heard again, it moves but keeps its class; written again, it is young again.
+    bin = {mac | uint64_t{1} << 48, sim::arl_valid | 0x2800, 99};
+    EXPECT_EQ(hear(1), sim::arl_valid | 0x2801);
+    EXPECT_EQ(bin.age, 0u);
+    bin.age = (&bin)[1].age = 99;
+    eth_l2_addr_t entry;
+    eth_l2_addr_t_init(&entry, reinterpret_cast<const uint8_t *>("\x02\x00\x5E\x00\x53\x01"), 1);
+    entry.flags = ETH_L2_VALID;
+    entry.port = 1;
+    entry.tc = 5;
+    EXPECT_EQ(eth_l2_addr_add(&entry), 0);
+    EXPECT_EQ(bin.age, 0u);
+    EXPECT_EQ((&bin)[1].age, 99u) << "the one beside it";
 }
 
 } // namespace

@@ -29,6 +29,7 @@ constinit sim::Next next_unlock{&pthread_mutex_unlock, "pthread_mutex_unlock"};
 struct World {
     World()
     {
+        options.unprivileged = true;                 // plain users run the tests, too
         char pattern[] = "/dev/shm/esw-test-XXXXXX"; // thousands of flushes to a disk would take minutes
         directory = mkdtemp(pattern);
         sim::create_board(directory.c_str(), test::class_b);
@@ -158,6 +159,7 @@ void Board::become(uint32_t device_id)
     gESWID = device_id;
 }
 
+sim::SharedSwitch *Board::shared() { return world->shared; }
 sim::State &Board::state() { return world->shared->state; }
 
 uint64_t &Board::reg(uint8_t page, uint8_t offset) { return state().cells[page][offset]; }

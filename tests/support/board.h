@@ -107,6 +107,7 @@ protected:
     void no_interface_list();
 
     [[nodiscard]] std::string directory() const;
+    static sim::SharedSwitch *shared();
 
     // Where a file under /dev/shm really lies.
     [[nodiscard]] std::string shm(const std::string &name) const { return directory() + "/shm/" + name; }

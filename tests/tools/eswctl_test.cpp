@@ -16,7 +16,7 @@ namespace test {
 Finished Eswctl::launch(const std::string &launcher, const std::vector<std::string> &command,
                         const std::string &input)
 {
-    std::vector<std::string> words = {BIN_DIR "/esw-sim", "--state", scratch(board_)};
+    std::vector<std::string> words = {BIN_DIR "/esw-sim", "--unprivileged", "--state", scratch(board_)};
     for (const std::string &word : words_of(launcher))
         words.push_back(word);
     words.insert(words.end(), command.begin(), command.end());
@@ -183,6 +183,24 @@ TEST_F(Eswctl, ConfigurationSurvivesAWipe)
         EXPECT_EQ(eswctl("save " + second, launcher).code, 0);
         EXPECT_EQ(contents(first), contents(second));
     }
+}
+
+// Nobody reads the pipe, its reader goes away, or the file may not grow: the program goes on.
+TEST_F(Eswctl, ATraceNeverStopsItsProgram)
+{
+    const std::string trace = scratch("trace");
+    const auto shell = [&](const std::string &script) {
+        const std::string sim =
+            fmt::format("timeout 10 {0}/esw-sim --state {1} --trace {2}", BIN_DIR, scratch("board"), trace);
+        return run(
+            {"sh", "-c", fmt::format(fmt::runtime(script), trace, sim + " " BIN_DIR "/eswctl stat show")});
+    };
+    const Finished unread = shell("mkfifo {0}; {1}");
+    EXPECT_EQ(unread.code, 1);
+    EXPECT_THAT(unread.error, HasSubstr("nobody reads this pipe"));
+    EXPECT_EQ(shell("head -n 1 {0} > /dev/null & {1}").out, "all counters are zero\n");
+    EXPECT_EQ(shell("rm {0}; ulimit -f 1; {1}").out, "all counters are zero\n");
+    EXPECT_GE(contents(trace).size(), 512u);
 }
 
 } // namespace

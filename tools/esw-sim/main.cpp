@@ -2,6 +2,7 @@
 // esw-sim: runs a program on a simulated switch.
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -12,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -46,7 +48,9 @@ struct Arguments {
     std::string elapsed;
     std::vector<std::string> stations;
     std::vector<std::string> contents;
+    std::vector<std::string> interfaces;
     std::string trace;
+    bool unprivileged = false;
     bool reset = false;
     std::vector<std::string> command;
 };
@@ -77,6 +81,10 @@ uint32_t check(const Arguments &arguments)
         if (!sim::parse_fault(fault.c_str(), options))
             throw not_accepted("--fault", fault,
                                "nth=N, from=N, all, mii, eee, stuck=REGISTER, socket or lock");
+    }
+    for (const std::string &interface : arguments.interfaces) {
+        if (!sim::parse_interface(interface.c_str(), options))
+            throw not_accepted("--interface", interface, "up to 8 names of 1 to 15 characters");
     }
     parse_number("--latency", arguments.latency, "a number of reads");
     return parse_number("--device", arguments.device, "a 32-bit number");
@@ -210,15 +218,22 @@ void export_environment(const Arguments &arguments, const fs::path &board)
     set(sim::env_board, board);
     set(sim::env_route, arguments.route);
     set(sim::env_latency, arguments.latency);
+    set(sim::env_interfaces, fmt::format("{}", fmt::join(arguments.interfaces, " ")));
+    if (arguments.unprivileged)
+        set(sim::env_unprivileged, "1");
+    else
+        unsetenv(sim::env_unprivileged);
     set(sim::env_faults, fmt::format("{}", fmt::join(arguments.faults, " ")));
     if (arguments.trace.empty()) {
         unsetenv(sim::env_trace);
     } else {
         const fs::path trace = fs::absolute(arguments.trace);
-        FILE *started = fopen(trace.c_str(), "w");
-        if (!started)
-            throw Failure{fmt::format("cannot write the trace to {}: {}", trace.string(), strerror(errno))};
-        fclose(started);
+        // Waits for nobody to read a pipe.
+        const int started = open(trace.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC, 0666);
+        if (started < 0)
+            throw Failure{fmt::format("cannot write the trace to {}: {}", trace.string(),
+                                      errno == ENXIO ? "nobody reads this pipe" : strerror(errno))};
+        close(started);
         set(sim::env_trace, trace);
     }
     std::string preload = preload_library();
@@ -227,12 +242,15 @@ void export_environment(const Arguments &arguments, const fs::path &board)
     set("LD_PRELOAD", preload);
 }
 
+sighandler_t on_size_limit = SIG_DFL; // what the command finds
+
 [[noreturn]] void run(const std::vector<std::string> &command)
 {
     std::vector<char *> argv;
     for (const std::string &word : command)
         argv.push_back(const_cast<char *>(word.c_str()));
     argv.push_back(nullptr);
+    signal(SIGXFSZ, on_size_limit);
     execvp(argv[0], argv.data());
     throw Failure{fmt::format("cannot run {}: {}", command[0], strerror(errno)),
                   errno == ENOENT ? exit_not_found : exit_cannot_run};
@@ -273,6 +291,13 @@ void describe(CLI::App &app, Arguments &arguments)
                    "offset in hexadecimal). May be repeated")
         ->allow_extra_args(false);
     app.add_option("--elapse", arguments.elapsed, "let this many seconds pass: learned addresses age");
+    app.add_option(
+           "--interface", arguments.interfaces,
+           "an interface of this name is listed, and answers like lan and eth0, which are in no list. "
+           "May be repeated")
+        ->allow_extra_args(false);
+    app.add_flag("--unprivileged", arguments.unprivileged,
+                 "requests to PHYs need no CAP_NET_ADMIN, so that plain users can do everything");
     app.add_option("--trace", arguments.trace, "write a line for each driver request to this file");
     app.add_flag("--reset", arguments.reset, "start from power-on contents");
     app.set_version_flag("--version", "esw-sim " ESW_VERSION);
@@ -302,11 +327,14 @@ int main(int argc, char **argv)
     CLI::App app{"Runs a program on a simulated switch in place of the kernel drivers:\nesw-sim [OPTIONS] "
                  "COMMAND [ARG...]",
                  "esw-sim"};
+    on_size_limit = signal(SIGXFSZ, SIG_IGN); // ours is told as a failure
     Arguments arguments;
     describe(app, arguments);
     try {
         app.parse(argc, argv);
         arguments.command = app.remaining();
+        if (!arguments.command.empty() && arguments.command[0] == "--")
+            arguments.command.erase(arguments.command.begin());
         return launch(arguments);
     } catch (const CLI::ParseError &error) {
         if (error.get_exit_code() == 0)
