@@ -7,6 +7,7 @@
 #include <linux/debugfs.h>
 #include <linux/fs.h>
 #include <linux/module.h>
+#include <linux/overflow.h>
 #include <linux/seq_file.h>
 #include <linux/vmalloc.h>
 
@@ -134,7 +135,7 @@ static const struct file_operations log_fops = {
 /* debugfs is a help, not a need: nobody looks at its results. */
 int esw_log_create(struct esw_switch *sw)
 {
-	sw->log = vcalloc(LOG_SIZE, sizeof(*sw->log));
+	sw->log = vzalloc(array_size(LOG_SIZE, sizeof(*sw->log)));
 	if (!sw->log)
 		return -ENOMEM;
 	sw->debugfs = debugfs_create_dir("esw", NULL);
