@@ -23,8 +23,8 @@
 
 namespace {
 
-constinit sim::Next next_lock{&pthread_mutex_lock, "pthread_mutex_lock"};
-constinit sim::Next next_unlock{&pthread_mutex_unlock, "pthread_mutex_unlock"};
+[[maybe_unused]] constinit sim::Next next_lock{&pthread_mutex_lock, "pthread_mutex_lock"};
+[[maybe_unused]] constinit sim::Next next_unlock{&pthread_mutex_unlock, "pthread_mutex_unlock"};
 
 struct World {
     World()
@@ -47,7 +47,15 @@ struct World {
     {
         session.emplace(*shared, options, directory.c_str());
         session->driver().trace_to(
-            [](void *lines, const char *line) { static_cast<test::Lines *>(lines)->push_back(line); }, &log);
+            [](void *self, const char *line) { static_cast<World *>(self)->note(line); }, this);
+    }
+
+    void note(const std::string &line)
+    {
+        if (!counts)
+            log.push_back(line);
+        else
+            ++(line == "lock" ? counts->locks : line == "unlock" ? counts->unlocks : counts->requests);
     }
 
     std::string directory;
@@ -55,6 +63,7 @@ struct World {
     sim::Options options;
     std::optional<sim::Session> session;
     test::Lines log;
+    std::optional<test::Counts> counts;
     std::vector<std::string> interfaces;
     bool has_interface_list = true;
 };
@@ -73,16 +82,18 @@ std::string squeezed(const std::string &line)
 }
 
 // The switch lock is the library's only mutex.
-void note_lock(const char *event, const void *caller)
+[[maybe_unused]] void note_lock(const char *event, const pthread_mutex_t *mutex, const void *caller)
 {
+    if (!world || mutex == &world->shared->mutex)
+        return;
     static const void *const library = [] {
         Dl_info info = {};
         dladdr(dlsym(RTLD_DEFAULT, "ethHw_init"), &info);
         return info.dli_fbase;
     }();
     Dl_info info = {};
-    if (world && dladdr(caller, &info) && info.dli_fbase == library)
-        world->log.push_back(event);
+    if (dladdr(caller, &info) && info.dli_fbase == library)
+        world->note(event);
 }
 
 } // namespace
@@ -91,18 +102,20 @@ sim::Session *sim::session() { return world && world->session ? &*world->session
 
 extern "C" {
 
+#ifndef __SANITIZE_THREAD__ // which must see them itself
 int pthread_mutex_lock(pthread_mutex_t *mutex) noexcept
 {
     const int result = next_lock(mutex);
-    note_lock("lock", __builtin_return_address(0));
+    note_lock("lock", mutex, __builtin_return_address(0));
     return result;
 }
 
 int pthread_mutex_unlock(pthread_mutex_t *mutex) noexcept
 {
-    note_lock("unlock", __builtin_return_address(0));
+    note_lock("unlock", mutex, __builtin_return_address(0));
     return next_unlock(mutex);
 }
+#endif
 
 void syslog(int priority, const char *format, ...)
 {
@@ -111,8 +124,8 @@ void syslog(int priority, const char *format, ...)
     va_start(rest, format);
     vsnprintf(text, sizeof text, format, rest);
     va_end(rest);
-    if (world)
-        world->log.push_back(fmt::format("syslog {}: {}", priority, text));
+    if (world && !world->counts)
+        world->note(fmt::format("syslog {}: {}", priority, text));
 }
 
 struct if_nameindex *if_nameindex() noexcept
@@ -296,6 +309,7 @@ Texts Board::printed(const std::function<void()> &call)
     return {testing::internal::GetCapturedStdout(), error};
 }
 
+Counts &Board::count_only() { return world->counts.emplace(); }
 sim::Options &Board::options() { return world->options; }
 void Board::interfaces(std::vector<std::string> names) { world->interfaces = std::move(names); }
 void Board::no_interface_list() { world->has_interface_list = false; }

@@ -3,10 +3,12 @@
 // model in a directory of the test's own.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <string>
 #include <vector>
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include "sim/doors/session.h"
@@ -55,6 +57,11 @@ struct Case {
     std::string outcome;
 };
 
+// In place of a log: what many calls, or many threads, do.
+struct Counts {
+    std::atomic<uint64_t> requests, locks, unlocks;
+};
+
 struct Texts {
     std::string out;   // standard output
     std::string error; // standard error, the system's error texts included
@@ -98,6 +105,9 @@ protected:
     void expect(const std::vector<Case> &cases);
 
     Texts printed(const std::function<void()> &call);
+
+    // Nothing is logged from here on.
+    Counts &count_only();
 
     // Faults, route and latency of the requests to come.
     sim::Options &options();

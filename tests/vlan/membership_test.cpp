@@ -11,7 +11,6 @@
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <esw.h>
@@ -330,27 +329,6 @@ TEST_F(Membership, MakingTheListAnewHurtsNobody)
     while (waitpid(other, &status, WNOHANG) == 0)
         EXPECT_EQ(get_vid(4095) * 10 + set_vid(4095, 0), 0);
     EXPECT_EQ(status, 0);
-}
-
-// Two processes create and destroy neighbours; neither may lose what the other does.
-TEST_F(Membership, TwoProcessesAtOnceKeepTheirOwnVlans)
-{
-    start();
-    put(none);
-    const auto churn = [](uint16_t vid) {
-        int wrong = 0;
-        for (int round = 0; round < 300; ++round)
-            wrong += eth_vlan_create(vid) != 0 || get_vid(vid) != 1 || eth_vlan_destroy(vid) != 0;
-        return wrong + (eth_vlan_create(vid) != 0);
-    };
-    const pid_t other = fork();
-    if (other == 0)
-        _exit(churn(11) != 0);
-    EXPECT_EQ(churn(10), 0);
-    int status = 0;
-    waitpid(other, &status, 0);
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(contents(file), with_10(none).replace(11, 1, "1"));
 }
 
 } // namespace
