@@ -6,6 +6,7 @@ SANITIZED := build/sanitize
 CROSS := build/aarch64
 KERNEL := build/kernel
 ARCH ?= arm64
+FUZZ_SECONDS ?= 600
 JOBS := $(shell nproc)
 
 # Its account matters only when it fails.
@@ -56,6 +57,37 @@ lint-driver:
 	@packaging/install-packages packaging/kernel-packages
 	@packaging/lint-driver $(KERNEL)
 
+# Eight threads on the library, under the thread sanitizer.
+test-threads: packages
+	@$(call configure,threads,)
+	@cmake --build build/threads --target concurrency_tests
+	@build/threads/bin/concurrency_tests --gtest_filter='*Threads*' --gtest_brief=1
+
+# FUZZ_SECONDS for each target, from the inputs in fuzz/corpus on.
+fuzz: lint-packages
+	@$(call configure,clang,)
+	@cmake --build build/clang
+	@fuzz/run build/clang $(FUZZ_SECONDS)
+
+evidence-packages: packages
+	@packaging/install-packages packaging/evidence-packages
+
+instrumented: evidence-packages
+	@$(call configure,coverage,)
+	@cmake --build build/coverage --target esw
+
+# What programs that were linked before rely on. New calls are no difference.
+abi: instrumented
+	@packaging/abi build/coverage
+
+# Records the calls and records of today: for a release that breaks with the past.
+abi-record: instrumented
+	@packaging/abi build/coverage --record
+
+# The library's lines that its own tests run; fails below all of them.
+coverage: instrumented all
+	@packaging/coverage build/coverage $(BUILD)
+
 install: all
 	@cmake --install $(BUILD) --prefix $(PREFIX)
 
@@ -71,5 +103,5 @@ doc: all
 clean:
 	@rm -rf build
 
-.PHONY: all packages lint-packages demo test test-sanitized arm64 test-arm64 test-kernel \
-	lint-driver install lint doc clean
+.PHONY: all packages lint-packages evidence-packages instrumented demo test test-sanitized test-threads fuzz abi \
+	abi-record coverage arm64 test-arm64 test-kernel lint-driver install lint doc clean
