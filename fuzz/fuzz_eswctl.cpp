@@ -49,13 +49,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         break;
     }
     case 1:
-        code = eswctl({"batch", "input"});
+        code = eswctl({"batch", "--yes", "input"});
         break;
     case 2:
-        code = eswctl({"restore", "input"});
+        code = eswctl({"restore", "--yes", "input"});
         break;
     case 3:
-        code = eswctl({"cfp", "restore", "input"});
+        code = eswctl({"cfp", "restore", "--yes", "input"});
         break;
     }
     dup2(out, 1);

@@ -103,8 +103,8 @@ TEST_F(Concurrency, EightThreadsKeepWhatIsTheirs)
     EXPECT_EQ(wrong, 0u);
 }
 
-// What the headers promise to processes: who changes VLANs of its own loses nothing. The lock does not reach
-// them: one alone uses the address table.
+// What the headers promise to processes: who changes VLANs of its own loses nothing, and a parked rule is one
+// that somebody parked. The lock does not reach them: one alone uses the address table.
 TEST_F(Concurrency, EightProcessesKeepWhatIsPromised)
 {
     const auto work = [](int number) {
@@ -112,6 +112,11 @@ TEST_F(Concurrency, EightProcessesKeepWhatIsPromised)
         eth_l2_addr_t entry = station(7, 1);
         unsigned wrong = 0;
         for (uint16_t round = 0; round < 100; ++round) {
+            eth_cfp_rule_t rule, loaded;
+            memset(&rule, number, sizeof rule);
+            wrong += eth_cfp_rule_store(&rule) != 0 || eth_cfp_rule_load(&loaded) != 0;
+            const auto *bytes = reinterpret_cast<const char *>(&loaded);
+            wrong += std::string(bytes, sizeof loaded) != std::string(sizeof loaded, *bytes);
             const auto vid = static_cast<uint16_t>(first + round % 10);
             wrong += eth_vlan_create(vid) != 0 || get_vid(vid) != 1 || set_vid(vid, 0) != 0;
             wrong += number == 1 &&
