@@ -74,7 +74,7 @@ bool is_documented(int64_t result, const std::string &text)
         return true;
     const bool says_minus_one = text.find("-1") < text.size() || text.find("all ones") < text.size();
     // Values: a register's contents, a slot, whether a VLAN exists.
-    return result == 0 || (result == -1 && says_minus_one) ||
+    return result == 0 || ((result == -1 || result == all_ones) && says_minus_one) ||
            (result > 0 &&
             (text.find("Returns 0") == std::string::npos || text.find("Returns 1") != std::string::npos));
 }
