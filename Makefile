@@ -88,6 +88,15 @@ abi-record: instrumented
 coverage: instrumented all
 	@packaging/coverage build/coverage $(BUILD)
 
+# The results are in build/release/bench.
+BENCH_SECONDS := 0.1
+BENCH_REPETITIONS := 9
+bench: packages
+	@packaging/install-packages packaging/bench-packages
+	@$(call configure,release,-DESW_BENCH=ON)
+	@cmake --build $(BUILD) --target esw_bench esw_sim_bench
+	@bench/run $(BUILD) $(BENCH_SECONDS) $(BENCH_REPETITIONS)
+
 install: all
 	@cmake --install $(BUILD) --prefix $(PREFIX)
 
@@ -104,4 +113,4 @@ clean:
 	@rm -rf build
 
 .PHONY: all packages lint-packages evidence-packages instrumented demo test test-sanitized test-threads fuzz abi \
-	abi-record coverage arm64 test-arm64 test-kernel lint-driver install lint doc clean
+	abi-record coverage arm64 test-arm64 test-kernel bench lint-driver install lint doc clean
