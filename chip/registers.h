@@ -21,7 +21,7 @@ struct Register {
     uint64_t starts = 0;    // bits that start an operation when written, and read as set until it is done
 
     [[nodiscard]] constexpr uint64_t mask() const { return ~uint64_t{0} >> (64 - width); }
-    [[nodiscard]] constexpr unsigned position() const { return page << 8U | offset; }
+    [[nodiscard]] constexpr unsigned position() const { return page * 256U + offset; }
 };
 
 // Banks of per-port registers begin with port 0's and end with port 8's.
@@ -194,8 +194,9 @@ struct Located {
 
 constexpr Located locate(uint8_t page, uint8_t offset)
 {
-    const auto on_page = std::ranges::equal_range(registers, page, {}, &Register::page);
-    for (const Register &row : on_page) {
+    for (const Register &row : registers) {
+        if (row.page != page)
+            continue;
         const unsigned distance = static_cast<unsigned>(offset) - row.offset; // huge in front of the bank
         if (distance == 0 ||
             (row.count > 1 && distance % row.stride == 0 && distance / row.stride < row.count))

@@ -87,9 +87,8 @@ uint8_t page_of(uint8_t port) { return static_cast<uint8_t>(first_mib_page + por
 
 void for_each_counter(void (*act)(Switch &, uint8_t page, uint8_t offset), Switch &simulated, uint8_t page)
 {
-    for (const chip::Register &row :
-         std::ranges::equal_range(chip::registers, page, {}, &chip::Register::page)) {
-        for (unsigned index = 0; index < row.count; ++index)
+    for (const chip::Register &row : chip::registers) {
+        for (unsigned index = 0; row.page == page && index < row.count; ++index)
             act(simulated, page, static_cast<uint8_t>(row.offset + index * row.stride));
     }
 }
