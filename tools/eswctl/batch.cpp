@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // batch: many commands in one process.
+#include <optional>
 #include <sstream>
 
 #include <fmt/format.h>
@@ -16,6 +17,7 @@ struct Line {
     size_t number;
     std::string text;
     std::vector<std::string> words;
+    std::optional<Parsed> parsed; // where it is understood
 };
 
 // As a shell splits a line: at blanks, but not within quotes; '#' begins a comment.
@@ -52,7 +54,7 @@ std::vector<Line> read_lines(const std::string &path)
     std::vector<Line> lines;
     size_t number = 0;
     for (std::string text; std::getline(stream, text);) {
-        Line line{++number, text, {}};
+        Line line{++number, text, {}, {}};
         line.words = split(line);
         if (!line.words.empty())
             lines.push_back(std::move(line));
@@ -60,7 +62,7 @@ std::vector<Line> read_lines(const std::string &path)
     return lines;
 }
 
-Report run_line(const Line &line, bool yes)
+Parsed parse_line(const Line &line, bool yes)
 {
     Parsed parsed = parse(line.words);
     if (parsed.command->words == "batch")
@@ -71,7 +73,8 @@ Report run_line(const Line &line, bool yes)
         throw UsageError{
             fmt::format("{} is for the whole batch: it stands before batch", parsed.options.given)};
     parsed.yes = parsed.yes || yes;
-    return execute(parsed);
+    check_can_ask(parsed);
+    return parsed;
 }
 
 // What became of a batch. Text appears as it comes; JSON is one document in the end.
@@ -104,14 +107,12 @@ private:
     size_t failed_ = 0;
 };
 
+// Every line is understood before the first one runs.
 Report batch(const Arguments &arguments)
 {
-    const std::vector<Line> lines = read_lines(arguments["FILE"].get<std::string>());
+    std::vector<Line> lines = read_lines(arguments["FILE"].get<std::string>());
     const bool force = arguments["--force"].get<bool>();
-    const bool yes = arguments["--yes"].get<bool>();
     Account account;
-    Progress progress("batch", lines.size());
-    size_t done = 0;
     const auto refuse = [&](const Line &line, auto failure) {
         account.fail(line, failure.message);
         failure.message = fmt::format("line {}: {}", line.number, failure.message);
@@ -123,9 +124,9 @@ Report batch(const Arguments &arguments)
         account.close();
         throw failure;
     };
-    for (const Line &line : lines) {
+    const auto attempt = [&](const Line &line, const auto &step) {
         try {
-            account.add(line, run_line(line, yes));
+            step();
         } catch (const UsageError &error) {
             refuse(line, error);
         } catch (const Refused &error) {
@@ -133,6 +134,14 @@ Report batch(const Arguments &arguments)
         } catch (const Answer &) {
             refuse(line, UsageError{"asks for help, and does nothing"});
         }
+    };
+    for (Line &line : lines)
+        attempt(line, [&] { line.parsed = parse_line(line, arguments["--yes"].get<bool>()); });
+    Progress progress("batch", lines.size());
+    size_t done = 0;
+    for (const Line &line : lines) {
+        if (line.parsed)
+            attempt(line, [&] { account.add(line, execute(*line.parsed)); });
         progress.advance_to(++done);
     }
     account.close();

@@ -55,20 +55,58 @@ void add_command(CLI::App &parent, const std::string &words, const Command &comm
         app->add_flag("--yes")->description("do not ask")->disable_flag_override();
 }
 
-void describe(CLI::App &app, Invocations &invocations)
+void describe(const Family &family, CLI::App &app, Invocations &invocations)
 {
-    for (const Argument &option : global_options())
-        add_argument(app, option);
-    app.set_version_flag("--version", "eswctl " ESW_VERSION);
-    for (const Family &family : families()) {
-        CLI::App *parent = &app;
-        if (!family.noun.empty())
-            parent = app.add_subcommand(family.noun, family.summary)->fallthrough();
-        for (const Command &command : family.commands) {
-            const size_t verb = family.noun.empty() ? 0 : family.noun.size() + 1;
-            add_command(*parent, command.words.substr(verb), command, invocations);
-        }
+    CLI::App *parent = &app;
+    if (!family.noun.empty())
+        parent = app.add_subcommand(family.noun, family.summary)->fallthrough();
+    for (const Command &command : family.commands) {
+        const size_t verb = family.noun.empty() ? 0 : family.noun.size() + 1;
+        add_command(*parent, command.words.substr(verb), command, invocations);
     }
+}
+
+// A command line as CLI11 knows it, with one family of commands, or with all.
+struct Tree {
+    explicit Tree(const std::vector<const Family *> &families)
+    {
+        for (const Argument &option : global_options())
+            add_argument(app, option);
+        app.set_version_flag("--version", "eswctl " ESW_VERSION);
+        for (const Family *family : families)
+            describe(*family, app, invocations);
+    }
+
+    CLI::App app{"Controls a managed Ethernet switch.", "eswctl"};
+    Invocations invocations;
+};
+
+bool takes_value(const std::string &word) // of the options that stand before a command
+{
+    return word == "-i" || word == "--interface" || word == "--wait";
+}
+
+size_t first_command_word(const std::vector<std::string> &words)
+{
+    size_t i = 0;
+    while (i < words.size() && words[i].starts_with('-'))
+        i += takes_value(words[i]) ? 2 : 1;
+    return std::min(i, words.size());
+}
+
+// Made once for all lines of a batch. Where the first word is no command, all of them are listed.
+Tree &tree_for(const std::string &word)
+{
+    static std::map<std::string, Tree> trees;
+    const Family *own = word.empty() ? nullptr : family(word);
+    const Family &general = *family("");
+    if (!own && std::ranges::find(general.commands, word, &Command::words) != general.commands.end())
+        own = &general;
+    const std::string noun = own ? own->noun : "(all)";
+    auto found = trees.find(noun);
+    if (found == trees.end())
+        found = trees.try_emplace(noun, own ? std::vector{own} : families()).first;
+    return found->second;
 }
 
 // How many letters must change, or neighbours swap, to make one word of the other.
@@ -199,7 +237,7 @@ void check_commands(const CLI::App &app, const std::vector<std::string> &words)
 {
     const CLI::App *at = &app;
     for (size_t i = 0; i < words.size() && !commands_of(*at).empty(); ++i) {
-        if (words[i] == "-i" || words[i] == "--interface" || words[i] == "--wait")
+        if (takes_value(words[i]))
             ++i;
         else if (!words[i].starts_with('-')) {
             const auto accepted = commands_of(*at);
@@ -307,14 +345,13 @@ std::vector<Argument> global_options()
 Parsed parse(const std::vector<std::string> &given)
 {
     std::vector<std::string> words = given;
-    const auto first = std::ranges::find_if(words, [](const auto &word) { return !word.starts_with('-'); });
-    if (first != words.end() && *first == "help") {
-        words.erase(first);
+    size_t first = first_command_word(words);
+    if (first < words.size() && words[first] == "help") {
+        words.erase(words.begin() + static_cast<ptrdiff_t>(first));
         words.emplace_back("--help");
+        first = first_command_word(words);
     }
-    CLI::App app{"Controls a managed Ethernet switch.", "eswctl"};
-    Invocations invocations;
-    describe(app, invocations);
+    auto &[app, invocations] = tree_for(first < words.size() ? words[first] : "");
     check_commands(app, words);
     try {
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
@@ -332,9 +369,16 @@ Parsed parse(const std::vector<std::string> &given)
     throw needs_command(reached(app));
 }
 
+void check_can_ask(const Parsed &parsed)
+{
+    if (parsed.command->asks && !parsed.yes && !withholds_writes() && !can_ask())
+        throw UsageError{fmt::format("{}: there is no terminal to ask on; use --yes", parsed.command->summary)};
+}
+
 Report execute(const Parsed &parsed)
 {
     const Command &command = *parsed.command;
+    check_can_ask(parsed);
     if (command.asks && !parsed.yes && !withholds_writes() && !confirm(command.summary))
         throw Refused{"not done"};
     Report report = command.run(parsed.arguments);

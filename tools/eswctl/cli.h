@@ -34,6 +34,9 @@ struct Answer {
 // Throws UsageError, or Answer.
 Parsed parse(const std::vector<std::string> &words);
 
+// Throws UsageError for a destructive command that nobody can be asked about.
+void check_can_ask(const Parsed &parsed);
+
 // Runs a parsed command, after asking where it is destructive. Throws Refused.
 Report execute(const Parsed &parsed);
 

@@ -90,10 +90,10 @@ std::string command_rows(const Command &command)
 std::string table()
 {
     std::string rows;
-    for (const Family &family : families()) {
-        if (!family.noun.empty())
-            rows += row("", "word", family.noun, family.summary);
-        for (const Command &command : family.commands)
+    for (const Family *family : families()) {
+        if (!family->noun.empty())
+            rows += row("", "word", family->noun, family->summary);
+        for (const Command &command : family->commands)
             rows += command_rows(command);
     }
     rows += argument_rows("-", global_options());

@@ -9,7 +9,9 @@
 
 namespace eswctl {
 
-const std::vector<Family> &families();
+// All of them. Describing one takes a while: a command line needs only its own.
+const std::vector<const Family *> &families();
+const Family *family(const std::string &noun); // null when there is none
 
 Family general_family();
 Family register_family();

@@ -160,10 +160,10 @@ std::string page()
             "help\\fR with the "
             "words of a command does\n"
             ".TP\n\\fB\\-\\-version\\fR\nprint the version\n.SH COMMANDS\n";
-    for (const Family &family : families()) {
-        if (!family.noun.empty())
-            text += fmt::format(".SS {}: {}\n", roff(family.noun), roff(family.summary));
-        for (const Command &command : family.commands)
+    for (const Family *family : families()) {
+        if (!family->noun.empty())
+            text += fmt::format(".SS {}: {}\n", roff(family->noun), roff(family->summary));
+        for (const Command &command : family->commands)
             text += command.run ? described(command) : "";
     }
     return text + tail;

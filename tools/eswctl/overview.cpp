@@ -15,17 +15,13 @@ constexpr size_t one_line = 52; // beside the names of the lines, on 80 columns
 // A command's value, as eswctl --json prints it.
 Json value_of(const std::string &words)
 {
-    for (const Family &family : families()) {
-        for (const Command &command : family.commands) {
-            if (command.words != words)
-                continue;
-            Arguments arguments = Json::object();
-            for (const Argument &argument : command.arguments)
-                arguments[argument.name] = argument.kind.parse ? argument.fallback : Json(false);
-            return command.run(arguments).value;
-        }
-    }
-    throw Refused{fmt::format("there is no command {}", words)};
+    const Family *own = family(words.substr(0, words.find(' ')));
+    const std::vector<Command> &commands = (own ? own : family(""))->commands;
+    const Command &command = *std::ranges::find(commands, words, &Command::words);
+    Arguments arguments = Json::object();
+    for (const Argument &argument : command.arguments)
+        arguments[argument.name] = argument.kind.parse ? argument.fallback : Json(false);
+    return command.run(arguments).value;
 }
 
 // Adds members of the other's rows to the rows of the same ports.

@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
@@ -13,7 +12,6 @@
 
 #include <fmt/format.h>
 
-#include "eswctl/errors.h"
 #include "eswctl/turn.h"
 
 namespace eswctl {
@@ -71,15 +69,17 @@ void tell(const std::string &text)
 std::optional<TerminalSize> output_terminal() { return terminal_behind(own_output); }
 std::optional<TerminalSize> error_terminal() { return terminal_behind(STDERR_FILENO); }
 
+bool can_ask() { return isatty(STDIN_FILENO) && isatty(STDERR_FILENO); }
+
 bool confirm(const std::string &question)
 {
-    if (!isatty(STDIN_FILENO) || !isatty(STDERR_FILENO))
-        throw UsageError{fmt::format("{}: there is no terminal to ask on; use --yes", question)};
     const UnlockedWhile asking;
     tell(question + ". Go on? [y/N] ");
-    std::string answer;
-    std::getline(std::cin, answer);
-    return answer == "y" || answer == "Y" || answer == "yes";
+    char answer[16] = "";
+    if (!fgets(answer, sizeof answer, stdin))
+        return false;
+    answer[strcspn(answer, "\n")] = '\0';
+    return strcmp(answer, "y") == 0 || strcmp(answer, "Y") == 0 || strcmp(answer, "yes") == 0;
 }
 
 HeldBack::HeldBack()

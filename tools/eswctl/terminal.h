@@ -26,8 +26,8 @@ struct TerminalSize {
 std::optional<TerminalSize> output_terminal();
 std::optional<TerminalSize> error_terminal();
 
-// Asks on the terminal whether to do what a sentence without its full stop says. Throws UsageError when there
-// is none.
+// Asks on the terminal whether to do what a sentence without its full stop says.
+bool can_ask();
 bool confirm(const std::string &question);
 
 // Holds back what is printed to standard output and error, to show it or not once its cause is known.
