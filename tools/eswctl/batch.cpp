@@ -112,6 +112,7 @@ Report batch(const Arguments &arguments)
 {
     std::vector<Line> lines = read_lines(arguments["FILE"].get<std::string>());
     const bool force = arguments["--force"].get<bool>();
+    bool running = false;
     Account account;
     const auto refuse = [&](const Line &line, auto failure) {
         account.fail(line, failure.message);
@@ -121,7 +122,8 @@ Report batch(const Arguments &arguments)
             tell(fmt::format("eswctl: {}\n", failure.message));
             return;
         }
-        account.close();
+        if (running)
+            account.close();
         throw failure;
     };
     const auto attempt = [&](const Line &line, const auto &step) {
@@ -137,6 +139,7 @@ Report batch(const Arguments &arguments)
     };
     for (Line &line : lines)
         attempt(line, [&] { line.parsed = parse_line(line, arguments["--yes"].get<bool>()); });
+    running = true;
     Progress progress("batch", lines.size());
     size_t done = 0;
     for (const Line &line : lines) {

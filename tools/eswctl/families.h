@@ -40,6 +40,7 @@ std::vector<Command> vlan_setting_commands();
 std::vector<Command> cfp_udf_commands();
 
 Report overview(const Arguments &arguments);
+Json link_of(uint32_t port); // as link show has it
 
 // Commands of a single word that have a file of their own.
 Command batch_command();

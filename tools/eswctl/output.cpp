@@ -8,8 +8,7 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
-#include <iterator>
+#include <optional>
 #include <sstream>
 
 #include <unistd.h>
@@ -58,10 +57,12 @@ void emit(const Report &report)
     if (report.value.is_null() || silent_now)
         return;
     hide_progress();
+    const auto terminal = output_terminal();
+    const size_t columns = terminal ? terminal->columns : SIZE_MAX;
     std::optional<UnlockedWhile> printing;
     if (report.one_of_many)
         printing.emplace();
-    print_or_throw(as_json_documents ? as_json(report) : as_text(report));
+    print_or_throw(as_json_documents ? as_json(report) : as_text(report, columns));
 }
 
 void LiveView::emit(const Report &report)
@@ -73,7 +74,7 @@ void LiveView::emit(const Report &report)
         return;
     }
     std::vector<std::string> lines;
-    std::istringstream text(as_text(report));
+    std::istringstream text(as_text(report, size->columns));
     for (std::string line; std::getline(text, line);)
         lines.push_back(line);
     if (lines.size() + 1 > size->rows) { // the last row is the cursor's
@@ -176,17 +177,20 @@ Report write_document(const std::string &path, Json document, const Report &done
 
 std::string read_file(const std::string &path)
 {
-    std::ifstream file;
-    if (path != "-") {
-        errno = std::filesystem::is_directory(path) ? EISDIR : 0;
-        if (errno == 0)
-            file.open(path, std::ios::binary);
-        if (errno != 0 || !file)
-            throw Refused{fmt::format("cannot read {}: {}", name_file(path), strerror(errno))};
-    }
-    std::istream &stream = path == "-" ? std::cin : file;
+    const bool given = path == "-";
     const UnlockedWhile reading; // somebody may be typing
-    return {std::istreambuf_iterator<char>(stream), {}};
+    FILE *file = given ? stdin : fopen(path.c_str(), "re");
+    std::string text;
+    char block[4096];
+    while (const size_t size = file ? fread(block, 1, sizeof block, file) : 0)
+        text.append(block, size);
+    const bool failed = !file || ferror(file);
+    const int reason = errno;
+    if (file && !given)
+        fclose(file);
+    if (failed)
+        throw Refused{fmt::format("cannot read {}: {}", name_file(path), strerror(reason))};
+    return text;
 }
 
 } // namespace eswctl

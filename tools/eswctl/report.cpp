@@ -2,6 +2,8 @@
 #include "eswctl/report.h"
 
 #include <algorithm>
+#include <numeric>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -43,21 +45,57 @@ bool is_numeric(const Json &rows, const std::string &key)
     });
 }
 
-std::string line(const std::vector<std::string> &cells, const std::vector<size_t> &widths,
-                 const std::vector<bool> &right)
+constexpr size_t narrowest = 12; // that a column gets when a table is cut to a terminal's width
+
+size_t width_of(const std::vector<size_t> &widths, size_t gap)
 {
-    std::string text;
-    for (size_t i = 0; i < cells.size(); ++i) {
-        if (right[i])
-            text += fmt::format("{:>{}}  ", cells[i], widths[i]);
-        else
-            text += fmt::format("{:<{}}  ", cells[i], widths[i]);
-    }
-    text.erase(text.find_last_not_of(' ') + 1);
-    return text + '\n';
+    return std::accumulate(widths.begin(), widths.end(), gap * (widths.size() - 1));
 }
 
-std::string table_text(const Section &section, const Json &rows)
+// Takes from the widest texts what does not fit; numbers stay whole.
+void narrow(std::vector<size_t> &widths, const std::vector<bool> &right, size_t gap, size_t columns)
+{
+    while (width_of(widths, gap) > columns) {
+        size_t *widest = nullptr;
+        for (size_t i = 0; i < widths.size(); ++i) {
+            if (!right[i] && widths[i] > narrowest && (!widest || widths[i] > *widest))
+                widest = &widths[i];
+        }
+        if (!widest)
+            return;
+        --*widest;
+    }
+}
+
+// Cuts off what fits, behind a blank or comma where there is one.
+std::string take_line(std::string &text, size_t width)
+{
+    size_t end = text.size();
+    if (end > width) {
+        end = text.find_last_of(" ,", width - 1);
+        end = end == std::string::npos ? width : end + 1;
+    }
+    return std::exchange(text, text.substr(end)).substr(0, end);
+}
+
+std::string row_text(std::vector<std::string> cells, const std::vector<size_t> &widths,
+                     const std::vector<bool> &right, size_t gap)
+{
+    std::string text;
+    do {
+        std::string line;
+        for (size_t i = 0; i < cells.size(); ++i) {
+            const std::string part = take_line(cells[i], widths[i]);
+            const std::string rest(widths[i] - part.size(), ' ');
+            line += (right[i] ? rest + part : part + rest) + std::string(gap, ' ');
+        }
+        line.erase(line.find_last_not_of(' ') + 1);
+        text += line + '\n';
+    } while (!std::ranges::all_of(cells, &std::string::empty));
+    return text;
+}
+
+std::string table_text(const Section &section, const Json &rows, size_t columns)
 {
     if (rows.empty())
         return section.when_empty.empty() ? "" : section.when_empty + '\n';
@@ -76,9 +114,11 @@ std::string table_text(const Section &section, const Json &rows)
             widths[i] = std::max(widths[i], cells.back().size());
         }
     }
+    const size_t gap = width_of(widths, 2) > columns ? 1 : 2;
+    narrow(widths, right, gap, columns);
     std::string text;
     for (const auto &cells : lines)
-        text += line(cells, widths, right);
+        text += row_text(cells, widths, right, gap);
     return text;
 }
 
@@ -122,13 +162,13 @@ Report done(const std::string &sentence, Json value) { return {std::move(value),
 
 Report changed(const std::string &sentence, const Report &state) { return done(sentence, state.value); }
 
-std::string as_text(const Report &report)
+std::string as_text(const Report &report, size_t columns)
 {
     std::string text = report.text;
     for (const Section &section : report.sections) {
         const Json value = section.key.empty() ? report.value : member(report.value, section.key);
         text += (text.empty() ? "" : "\n");
-        text += value.is_array() ? table_text(section, value) : record_text(section, value);
+        text += value.is_array() ? table_text(section, value, columns) : record_text(section, value);
     }
     return report.sentence.empty() ? text : text + report.sentence + '\n';
 }

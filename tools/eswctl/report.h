@@ -2,6 +2,7 @@
 // What a command has to say, once, for people and for programs.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -43,7 +44,8 @@ Report record(std::vector<Column> columns, Json value);
 Report done(const std::string &sentence, Json value);
 Report changed(const std::string &sentence, const Report &state); // a new state, told in one line
 
-std::string as_text(const Report &report);
+// Tables keep within so many columns as far as they can.
+std::string as_text(const Report &report, size_t columns = SIZE_MAX);
 std::string as_json(const Report &report);
 
 } // namespace eswctl

@@ -147,9 +147,9 @@ Report watch(const Arguments &arguments)
     const std::vector<Source> from = sources(arguments["PORT"]);
     const std::vector<uint32_t> numbers = counters(arguments["--counter"]);
     std::vector<Column> columns = columns_of(from);
+    columns.erase(columns.begin() + 1); // with it, three ports are too wide for a terminal
     for (size_t i = from.size(); i > 0; --i)
-        columns.insert(columns.begin() + 2 + static_cast<ptrdiff_t>(i),
-                       {rate_key(from[i - 1]), from[i - 1].title, "1/s"});
+        columns.insert(columns.begin() + 1 + static_cast<ptrdiff_t>(i), {rate_key(from[i - 1]), "1/s"});
 
     LiveView view;
     Json before = read_rows(from, numbers);
@@ -178,6 +178,14 @@ Report clear(const Arguments &)
     return done("counters of all ports cleared", {{"ports", {0, 1, 8}}, {"cleared", true}});
 }
 
+// The snapshot control register keeps the port of the latest snapshot.
+uint32_t latched_port()
+{
+    constexpr uint8_t page = 0x70, offset = 0x00, width = 8;
+    constexpr uint32_t port = 0xF;
+    return esw_reg_read32(page, offset, width) & port;
+}
+
 Report snapshot(const Arguments &arguments)
 {
     if (!arguments["--mode"].is_null())
@@ -186,24 +194,50 @@ Report snapshot(const Arguments &arguments)
         check(eth_stat_snapshot_start(arguments["PORT"].get<uint32_t>()), "latch the counters");
     uint32_t mode = 0;
     check(eth_stat_snapshot_mode_get(&mode), "read the snapshot mode");
-    Report report =
-        record({{"port", "latched now"}, {"mode", "mode"}}, {{"port", arguments["PORT"]}, {"mode", mode}});
+    Report report = record({{"port", "latched now"}, {"of", "counters of port"}, {"mode", "mode"}},
+                           {{"port", arguments["PORT"]}, {"of", latched_port()}, {"mode", mode}});
     Report latched = counter_table(arguments, {snapshot_source});
     report.value.update(latched.value);
     report.sections.push_back(latched.sections.front());
     return report;
 }
 
+constexpr const char *metrics[][3] = {
+    {"esw_info", "gauge", "The switch and the tool that reads it."},
+    {"esw_port_link_up", "gauge", "Whether the port has a link."},
+    {"esw_port_speed_bits_per_second", "gauge", "The speed of the port's link, where it has one."},
+    {"esw_mib_counter_total", "counter",
+     "A MIB counter of a switch port, by number and register offset."},
+};
+
+std::string samples(const std::string &metric, const Source &source)
+{
+    const std::string port = fmt::format("{}{{port=\"{}\"", metric, source.port);
+    if (metric == "esw_mib_counter_total") {
+        std::string text;
+        for (const uint32_t counter : counters(nullptr))
+            text += fmt::format("{},counter=\"{}\",offset=\"{}\"}} {}\n", port, counter,
+                                offset_of(counter).get<std::string>(), read_counter(source, counter));
+        return text;
+    }
+    const Json link = link_of(source.port);
+    const bool up = link["link"] == "up";
+    if (metric == "esw_port_link_up")
+        return fmt::format("{}}} {:d}\n", port, up);
+    return up ? fmt::format("{}}} {}000000\n", port, link["speed"].get<int>()) : "";
+}
+
 // The text format of Prometheus, as a node exporter takes it from the *.prom files of a directory.
 std::string as_prometheus(const std::vector<Source> &from)
 {
-    std::string text = "# HELP esw_mib_counter_total A MIB counter of a switch port, by number and register "
-                       "offset.\n# TYPE esw_mib_counter_total counter\n";
-    for (const Source &source : from) {
-        for (const uint32_t counter : counters(nullptr))
-            text += fmt::format("esw_mib_counter_total{{port=\"{}\",counter=\"{}\",offset=\"{}\"}} {}\n",
-                                source.port, counter, offset_of(counter).get<std::string>(),
-                                read_counter(source, counter));
+    std::string text;
+    for (const auto &[metric, type, help] : metrics) {
+        text += fmt::format("# HELP {0} {2}\n# TYPE {0} {1}\n", metric, type, help);
+        if (metric == std::string("esw_info"))
+            text += fmt::format("esw_info{{device_id=\"{:#x}\",class=\"{}\",version=\"{}\"}} 1\n", gESWID,
+                                is_class_a() ? "A" : "B", ESW_VERSION);
+        for (const Source &source : from)
+            text += metric == std::string("esw_info") ? "" : samples(metric, source);
     }
     return text;
 }
