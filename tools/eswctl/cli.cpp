@@ -5,6 +5,8 @@
 #include <cctype>
 #include <map>
 
+#include <net/if.h>
+
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
@@ -327,7 +329,10 @@ bool says_yes(const Invocation &invocation)
 
 std::vector<Argument> global_options()
 {
-    Kind interface = text("an interface name");
+    Kind interface = text("an interface name of at most 15 characters");
+    interface.parse = [](const std::string &name) {
+        return name.empty() || name.size() >= IFNAMSIZ ? Json() : Json(name); // the kernel cuts longer ones
+    };
     interface.source = "interface";
     interface.name = "INTERFACE";
     return {

@@ -2,9 +2,8 @@
 #include "eswctl/connection.h"
 
 #include <cerrno>
-#include <cstdio>
+#include <cstring>
 
-#include <net/if.h>
 #include <unistd.h>
 
 #include <esw.h>
@@ -25,24 +24,39 @@ constexpr uint32_t nothing_read = 0xFFFFFFFF;
 
 constexpr char simulated[] = "to try it on the simulated switch, use esw-sim eswctl ...";
 
-std::string what_is_missing(const std::string &interface)
+std::string interface_fault(const std::string &interface)
+{
+    const char *advice = interface == chosen_interface ? ", or name the switch's interface with -i" : "";
+    switch (failed_with()) {
+    case ENODEV:
+        return fmt::format("no interface {}: load the driver{}", interface, advice);
+    case EPERM:
+    case EACCES:
+        return fmt::format("interface {} refuses requests of plain users: run eswctl as root, or with CAP_NET_ADMIN",
+                           interface);
+    case EOPNOTSUPP:
+    case ENOTTY:
+    case EINVAL:
+        return fmt::format("interface {} has no switch driver: load the driver{}", interface, advice);
+    default:
+        return fmt::format("the driver of interface {} does not answer: {}", interface, why_requests_failed());
+    }
+}
+
+std::string what_is_missing()
 {
     const std::string reason = why_requests_failed();
-    if (access(control_device, R_OK | W_OK) == 0)
+    const std::string fault = control_device_fault();
+    if (fault.empty())
         return fmt::format("the driver behind {} does not answer{}; {}", control_device,
                            reason.empty() ? "" : ": " + reason, simulated);
     if (errno == EACCES)
         return fmt::format("no permission to open {}; run eswctl as root", control_device);
-    if (if_nametoindex(interface.c_str()) != 0)
-        return fmt::format("there is no {}, and interface {} has no switch driver: load the driver, or name "
-                           "the switch's interface with -i; {}",
-                           control_device, interface, simulated);
-    return fmt::format("there is no {}, and no interface {}: load the driver, or name the switch's interface "
-                       "with -i; {}",
-                       control_device, interface, simulated);
+    return fmt::format("there is no {}, and {}; {}", control_device,
+                       interface_fault(failed_interface()), simulated);
 }
 
-std::string why(const std::string &interface)
+std::string why()
 {
     if (gSocket == 0)
         return "no socket can be created: the system's limits are reached";
@@ -50,7 +64,7 @@ std::string why(const std::string &interface)
         return "the switch lock cannot be created";
     if (gESWID != nothing_read)
         return fmt::format("the switch's device ID {:#x} is not supported", gESWID);
-    return "no switch found: " + what_is_missing(interface);
+    return "no switch found: " + what_is_missing();
 }
 
 // The library starts even when the driver refuses what it writes then.
@@ -65,6 +79,8 @@ void refuse_half_started()
 }
 
 } // namespace
+
+std::string control_device_fault() { return access(control_device, R_OK | W_OK) == 0 ? "" : strerror(errno); }
 
 bool is_class_a() { return gESWID == class_a_device; }
 bool is_class_b() { return !is_class_a(); } // esw_init() accepts no others
@@ -85,7 +101,7 @@ Connection::Connection(const std::string &interface)
         refuse_half_started();
         return;
     }
-    const std::string reason = why(interface);
+    const std::string reason = why();
     esw_exit();
     throw Refused{reason};
 }

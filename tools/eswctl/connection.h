@@ -18,6 +18,9 @@ public:
 // The network interface chosen with -i: requests to PHYs name it.
 const std::string &interface_name();
 
+// Why the control device can't be used, and requests go to the interface; empty when it can.
+std::string control_device_fault();
+
 // What the switch at hand is.
 bool is_class_a();
 bool is_class_b();

@@ -14,6 +14,8 @@ void trace_requests();
 // Why the last request failed that a driver refused, and what to do about it; empty when none did since the
 // last forget_failures().
 std::string why_requests_failed();
+int failed_with();              // its errno
+std::string failed_interface(); // that it named; empty where it went to the control device
 void forget_failures();
 
 // Throws Refused when a request failed since: what a command has read then, or thinks to have written, is not

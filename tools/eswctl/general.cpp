@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "eswctl/families.h"
+#include "eswctl/vlan.h"
 
 namespace eswctl {
 namespace {
@@ -18,18 +19,30 @@ Report info(const Arguments &)
         {"ports", {0, 1, 8}},
         {"version", ESW_VERSION},
     };
-    return record({{"device_id", "device ID"},
-                   {"class", "class"},
-                   {"route", "route to the driver"},
-                   {"ports", "ports"},
-                   {"version", "eswctl version"}},
-                  std::move(value));
+    std::vector<Column> columns = {{"device_id", "device ID"},
+                                   {"class", "class"},
+                                   {"route", "route to the driver"},
+                                   {"ports", "ports"},
+                                   {"version", "eswctl version"}};
+    if (!device) {
+        value["device_fault"] = control_device_fault();
+        columns.insert(columns.begin() + 3, {"device_fault", "control device"});
+    }
+    return record(std::move(columns), std::move(value));
 }
 
-Report reset(const Arguments &)
+// The library keeps its list of VLANs, although the switch forgets their ports.
+Report reset(const Arguments &arguments)
 {
     check(ethHw_switch_reset(), "reset the switch");
-    return done("switch reset", {{"reset", true}});
+    const bool vlans = arguments["--vlans"].get<bool>();
+    if (vlans) {
+        check(eth_vlan_destroy_all(), "empty the list of VLANs");
+        check(existing_vids().empty() ? ETH_E_NONE : ETH_E_FAIL, "empty the list of VLANs");
+    }
+    return done(vlans ? "switch reset, and no VLAN is left"
+                      : "switch reset; the list of VLANs stays, without ports (see --vlans)",
+                {{"reset", true}, {"vlans_kept", !vlans}});
 }
 
 } // namespace
@@ -41,7 +54,11 @@ Family general_family()
             {
                 {"show", "Show the whole switch on one screen", {}, overview},
                 {"info", "Show which switch this is and how it is reached", {}, info},
-                {"reset", "Reset the switch: every setting is lost", {}, reset, true},
+                {"reset",
+                 "Reset the switch: every setting is lost, but not which VLANs exist",
+                 {{"--vlans", "empty the list of VLANs, too", {}}},
+                 reset,
+                 true},
                 save_command(),
                 restore_command(),
                 batch_command(),
