@@ -153,7 +153,12 @@ constexpr Case cases[] = {
     {"eswctl vlan show 2,1", "2,1 2,10", "*"},
     {"eswctl -i lan arl flush --vid ", "1 2 10", "*"},
     {"eswctl cfp show ", "5 41", "*"},
-    // Behind the simulator's own options.
+    // A word between lists stands once; ports may come again.
+    {"eswctl vlan add 10 0 ", "untagged 0 none", "10"},
+    {"eswctl vlan add 10 0 untagged 1 ", "0 1 8", "untagged"},
+    // The simulator's own options, and what is behind them.
+    {"esw-sim --", "--device --route --state --reset --help", "eswctl"},
+    {"esw-sim --reset --ro", "--route", "*"},
     {"esw-sim --link 0=up e", "eswctl", "0"},
     {"esw-sim --link 0=up eswctl port stp ", "0 1", "0=up"},
     {"esw-sim --state other --reset eswctl vlan show ", "7", "*"},
