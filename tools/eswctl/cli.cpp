@@ -377,7 +377,8 @@ Parsed parse(const std::vector<std::string> &given)
 void check_can_ask(const Parsed &parsed)
 {
     if (parsed.command->asks && !parsed.yes && !withholds_writes() && !can_ask())
-        throw UsageError{fmt::format("{}: there is no terminal to ask on; use --yes", parsed.command->summary)};
+        throw UsageError{
+            fmt::format("{}: there is no terminal to ask on; use --yes", parsed.command->summary)};
 }
 
 Report execute(const Parsed &parsed)

@@ -32,14 +32,16 @@ std::string interface_fault(const std::string &interface)
         return fmt::format("no interface {}: load the driver{}", interface, advice);
     case EPERM:
     case EACCES:
-        return fmt::format("interface {} refuses requests of plain users: run eswctl as root, or with CAP_NET_ADMIN",
-                           interface);
+        return fmt::format(
+            "interface {} refuses requests of plain users: run eswctl as root, or with CAP_NET_ADMIN",
+            interface);
     case EOPNOTSUPP:
     case ENOTTY:
     case EINVAL:
         return fmt::format("interface {} has no switch driver: load the driver{}", interface, advice);
     default:
-        return fmt::format("the driver of interface {} does not answer: {}", interface, why_requests_failed());
+        return fmt::format("the driver of interface {} does not answer: {}", interface,
+                           why_requests_failed());
     }
 }
 
@@ -52,8 +54,8 @@ std::string what_is_missing()
                            reason.empty() ? "" : ": " + reason, simulated);
     if (errno == EACCES)
         return fmt::format("no permission to open {}; run eswctl as root", control_device);
-    return fmt::format("there is no {}, and {}; {}", control_device,
-                       interface_fault(failed_interface()), simulated);
+    return fmt::format("there is no {}, and {}; {}", control_device, interface_fault(failed_interface()),
+                       simulated);
 }
 
 std::string why()

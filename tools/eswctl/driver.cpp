@@ -19,7 +19,7 @@ struct Failure {
     std::string request;
     std::string interface; // that it named, if any
     bool eee;
-    int error;  // 0: the driver itself answered with a number
+    int error; // 0: the driver itself answered with a number
     int result;
 };
 std::optional<Failure> failure;
@@ -47,9 +47,9 @@ std::string why_requests_failed()
     if (!failure)
         return "";
     // The library itself chooses the interface for EEE, and lan where there is one.
-    const char *advice = failure->eee                               ? "; requests about EEE always name it"
+    const char *advice = failure->eee                             ? "; requests about EEE always name it"
                          : failure->interface == interface_name() ? "; name the switch's with -i"
-                                                                    : "";
+                                                                  : "";
     switch (failure->error) {
     case 0:
         return fmt::format("it answered {} in place of 0", failure->result);

@@ -14,27 +14,13 @@ struct Entry {
     Family (*make)();
 };
 constexpr Entry entries[] = {
-    {"", general_family},
-    {"reg", register_family},
-    {"port", port_family},
-    {"link", link_family},
-    {"speed", speed_family},
-    {"phy", phy_family},
-    {"eee", eee_family},
-    {"arl", arl_family},
-    {"aging", aging_family},
-    {"mcast", mcast_family},
-    {"bpdu", bpdu_family},
-    {"protect", protect_family},
-    {"l2cache", l2_cache_family},
-    {"vlan", vlan_family},
-    {"rate", rate_family},
-    {"prio", priority_family},
-    {"qos", qos_family},
-    {"stat", stat_family},
-    {"mirror", mirror_family},
-    {"control", control_family},
-    {"cfp", cfp_family},
+    {"", general_family},         {"reg", register_family},    {"port", port_family},
+    {"link", link_family},        {"speed", speed_family},     {"phy", phy_family},
+    {"eee", eee_family},          {"arl", arl_family},         {"aging", aging_family},
+    {"mcast", mcast_family},      {"bpdu", bpdu_family},       {"protect", protect_family},
+    {"l2cache", l2_cache_family}, {"vlan", vlan_family},       {"rate", rate_family},
+    {"prio", priority_family},    {"qos", qos_family},         {"stat", stat_family},
+    {"mirror", mirror_family},    {"control", control_family}, {"cfp", cfp_family},
 };
 
 } // namespace

@@ -68,7 +68,9 @@ Report change(uint32_t port, const Json &state, bool stamped)
 void run_command(const std::string &command, uint32_t port, const Json &link)
 {
     const auto set = [](const char *name, const Json &value) {
-        const std::string text = value.is_null() ? "" : value.is_string() ? value.get<std::string>() : value.dump();
+        const std::string text = value.is_null()     ? ""
+                                 : value.is_string() ? value.get<std::string>()
+                                                     : value.dump();
         setenv(name, text.c_str(), 1);
     };
     set("ESW_PORT", port);
@@ -146,8 +148,11 @@ Family link_family()
              {ports,
               {"--count", "end after so many changes", number(1, UINT32_MAX)},
               {"--time", "stamp each change with the time, in UTC", {}},
-              {"--exec", "run a shell command for each change, with ESW_PORT, ESW_LINK, ESW_SPEED and ESW_DUPLEX in its "
-               "environment", command},
+              {"--exec",
+               "run a shell command for each change, with ESW_PORT, ESW_LINK, ESW_SPEED and ESW_DUPLEX in "
+               "its "
+               "environment",
+               command},
               {"--interval", "between two looks (default 1)", number(1, 3600, "seconds"), false, false, 1}},
              watch,
              false,

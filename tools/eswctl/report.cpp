@@ -28,7 +28,9 @@ std::string cell(const Json &value)
 
 std::string title(const Column &column)
 {
-    return column.unit.empty() ? column.title : fmt::format("{} [{}]", column.title, column.unit);
+    return column.unit.empty()
+               ? column.title
+               : fmt::format("{}{}[{}]", column.title, column.title.empty() ? "" : " ", column.unit);
 }
 
 Json member(const Json &object, const std::string &key)

@@ -9,6 +9,7 @@
 
 #include "eswctl/families.h"
 #include "eswctl/output.h"
+#include "eswctl/terminal.h"
 
 namespace eswctl {
 namespace {
@@ -147,9 +148,12 @@ Report watch(const Arguments &arguments)
     const std::vector<Source> from = sources(arguments["PORT"]);
     const std::vector<uint32_t> numbers = counters(arguments["--counter"]);
     std::vector<Column> columns = columns_of(from);
-    columns.erase(columns.begin() + 1); // with it, three ports are too wide for a terminal
+    const bool on_terminal = output_terminal().has_value();
     for (size_t i = from.size(); i > 0; --i)
-        columns.insert(columns.begin() + 1 + static_cast<ptrdiff_t>(i), {rate_key(from[i - 1]), "1/s"});
+        columns.insert(columns.begin() + 2 + static_cast<ptrdiff_t>(i),
+                       {rate_key(from[i - 1]), on_terminal ? "" : from[i - 1].title, "1/s"});
+    if (on_terminal)
+        columns.erase(columns.begin() + 1); // with the offsets, three ports are wider than 80 columns
 
     LiveView view;
     Json before = read_rows(from, numbers);
@@ -206,8 +210,7 @@ constexpr const char *metrics[][3] = {
     {"esw_info", "gauge", "The switch and the tool that reads it."},
     {"esw_port_link_up", "gauge", "Whether the port has a link."},
     {"esw_port_speed_bits_per_second", "gauge", "The speed of the port's link, where it has one."},
-    {"esw_mib_counter_total", "counter",
-     "A MIB counter of a switch port, by number and register offset."},
+    {"esw_mib_counter_total", "counter", "A MIB counter of a switch port, by number and register offset."},
 };
 
 std::string samples(const std::string &metric, const Source &source)
