@@ -158,7 +158,7 @@ Report batch(const Arguments &arguments)
 Command batch_command()
 {
     return {"batch",
-            "Run the commands of a file, one a line, until one fails",
+            "Run the commands of a file, one a line, until one fails; all lines are checked first",
             {{"FILE", "file with a command on each line, as behind eswctl; - for standard input", file_name(),
               true},
              {"--force", "go on after a command that failed", {}},
