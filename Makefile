@@ -7,37 +7,48 @@ CROSS := build/aarch64
 KERNEL := build/kernel
 ARCH ?= arm64
 FUZZ_SECONDS ?= 600
+DEB_ARCH ?= $(shell dpkg --print-architecture 2> /dev/null)
+VERSION := $(shell sed -nE 's/^project\(.* VERSION ([0-9.]+) .*/\1/p' CMakeLists.txt)
 JOBS := $(shell nproc)
 
 # Its account matters only when it fails.
 configure = mkdir -p build && { cmake --preset $(1) $(2) > build/configure-$(1).log 2>&1 || \
 	{ cat build/configure-$(1).log; exit 1; }; }
 
+# Library, simulated switch and tool.
 all: packages
-	@$(call configure,release,-DCMAKE_INSTALL_PREFIX=$(PREFIX))
+	@$(call configure,release,-DCMAKE_INSTALL_PREFIX=$(PREFIX) -DESW_TESTS=OFF)
+	@cmake --build $(BUILD)
+
+# And the tests.
+with-tests: test-packages
+	@$(call configure,release,-DCMAKE_INSTALL_PREFIX=$(PREFIX) -DESW_TESTS=ON)
 	@cmake --build $(BUILD)
 
 # Only what is missing.
 packages:
 	@packaging/install-packages packaging/build-packages
 
-lint-packages: packages
+test-packages: packages
+	@packaging/install-packages packaging/test-packages
+
+lint-packages: test-packages
 	@packaging/install-packages packaging/lint-packages
 
 demo: all
 	@docs/demo $(BUILD)/bin
 
-test: all
+test: with-tests
 	@ctest --test-dir $(BUILD) --output-on-failure --parallel $(JOBS) --no-tests=error
 
 # The same tests under the address and undefined-behaviour sanitizers.
-test-sanitized: packages
+test-sanitized: test-packages
 	@$(call configure,sanitize,)
 	@cmake --build $(SANITIZED)
 	@ctest --test-dir $(SANITIZED) --output-on-failure --parallel $(JOBS) --no-tests=error
 
 # Library, tools and tests for 64-bit Arm.
-arm64: packages
+arm64: test-packages
 	@packaging/install-packages packaging/arm64-packages
 	@$(call configure,aarch64,)
 	@cmake --build $(CROSS)
@@ -48,7 +59,7 @@ test-arm64: arm64
 
 # Boots a kernel with the reference driver, and runs library and eswctl on it. ARCH=arm64, or x86_64.
 # Downloads stay in build/kernel.
-test-kernel: all $(if $(filter arm64,$(ARCH)),arm64)
+test-kernel: with-tests $(if $(filter arm64,$(ARCH)),arm64)
 	@packaging/install-packages packaging/kernel-packages
 	@tests/kernel/run $(ARCH) $(if $(filter arm64,$(ARCH)),$(CROSS),$(BUILD)) $(BUILD) $(KERNEL)
 
@@ -58,7 +69,7 @@ lint-driver:
 	@packaging/lint-driver $(KERNEL)
 
 # Eight threads on the library, under the thread sanitizer.
-test-threads: packages
+test-threads: test-packages
 	@$(call configure,threads,)
 	@cmake --build build/threads --target concurrency_tests
 	@build/threads/bin/concurrency_tests --gtest_filter='*Threads*' --gtest_brief=1
@@ -69,7 +80,7 @@ fuzz: lint-packages
 	@cmake --build build/clang
 	@fuzz/run build/clang $(FUZZ_SECONDS)
 
-evidence-packages: packages
+evidence-packages: test-packages
 	@packaging/install-packages packaging/evidence-packages
 
 instrumented: evidence-packages
@@ -85,7 +96,7 @@ abi-record: instrumented
 	@packaging/abi build/coverage --record
 
 # The library's lines that its own tests run; fails below all of them.
-coverage: instrumented all
+coverage: instrumented with-tests
 	@packaging/coverage build/coverage $(BUILD)
 
 # The results are in build/release/bench.
@@ -97,8 +108,34 @@ bench: packages
 	@cmake --build $(BUILD) --target esw_bench esw_sim_bench
 	@bench/run $(BUILD) $(BENCH_SECONDS) $(BENCH_REPETITIONS)
 
+# DEB_ARCH=arm64 for boards.
+deb: packages
+	@packaging/install-packages packaging/deb-packages
+	@[ $(DEB_ARCH) != arm64 ] || packaging/install-packages packaging/arm64-packages
+	@packaging/build-debs $(DEB_ARCH)
+
+# As root: installs the packages in a fresh root, uses them there, and purges them.
+test-deb: deb
+	@tests/package/debs.sh build/deb/$(DEB_ARCH)
+
+test-musl: packages
+	@packaging/install-packages packaging/musl-packages
+	@cmake -S . -B build/musl -G Ninja -DCMAKE_TOOLCHAIN_FILE=cmake/musl.cmake -DESW_TESTS=OFF -DESW_TOOLS=OFF > /dev/null
+	@cmake --build build/musl --target esw
+	@tests/package/musl.sh $(CURDIR)/build/musl
+
+# The sources of this commit.
+dist:
+	@mkdir -p build
+	@git archive --prefix=libesw-$(VERSION)/ -o build/libesw-$(VERSION).tar.gz HEAD
+	@echo build/libesw-$(VERSION).tar.gz
+
+# The loader must hear of a new library.
 install: all
 	@cmake --install $(BUILD) --prefix $(PREFIX)
+	@[ -n "$(DESTDIR)" ] || { PATH=$$PATH:/sbin:/usr/sbin; ldconfig 2> /dev/null; \
+		ldconfig -p | grep -q 'libesw.so.0 .*=> $(PREFIX)/'; } || \
+		echo "The loader does not know the library yet: run ldconfig as root, or set LD_LIBRARY_PATH" >&2
 
 lint: lint-packages
 	@$(call configure,clang,)
@@ -112,5 +149,6 @@ doc: all
 clean:
 	@rm -rf build
 
-.PHONY: all packages lint-packages evidence-packages instrumented demo test test-sanitized test-threads fuzz abi \
-	abi-record coverage arm64 test-arm64 test-kernel bench lint-driver install lint doc clean
+.PHONY: all with-tests packages test-packages lint-packages evidence-packages instrumented demo test test-sanitized \
+	test-threads fuzz abi abi-record coverage bench arm64 test-arm64 test-kernel lint-driver deb test-deb test-musl dist \
+	install lint doc clean
