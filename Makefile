@@ -8,7 +8,7 @@ KERNEL := build/kernel
 ARCH ?= arm64
 FUZZ_SECONDS ?= 600
 DEB_ARCH ?= $(shell dpkg --print-architecture 2> /dev/null)
-VERSION := $(shell sed -nE 's/^project\(.* VERSION ([0-9.]+) .*/\1/p' CMakeLists.txt)
+VERSION := $(shell sed -n 's/^project.* VERSION \([0-9.]*\) .*/\1/p' CMakeLists.txt)
 JOBS := $(shell nproc)
 
 # Its account matters only when it fails.
