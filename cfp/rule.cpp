@@ -113,7 +113,7 @@ void exchange(DeviceClass device, eth_cfp_rule_t &rule, Direction direction)
     }
 }
 
-int32_t ethHw_cfp_access_wait() { return poll(command[start], false, reads_until_timeout); }
+int32_t ethHw_cfp_access_wait() { return poll(command[start], 0, reads_until_timeout); }
 
 int32_t run(uint64_t operation)
 {

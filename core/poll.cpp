@@ -3,10 +3,10 @@
 
 #include <esw/types.h>
 
-int32_t esw::poll(Place flag, bool wanted, unsigned budget)
+int32_t esw::poll(Place flag, uint32_t wanted, unsigned budget)
 {
     while (budget-- != 0) {
-        if ((read_field(flag) != 0) == wanted)
+        if (read_field(flag) == wanted)
             return ETH_E_NONE;
     }
     return ETH_E_TIMEOUT;

@@ -10,6 +10,6 @@ namespace esw {
 
 // Reads the register back to back, without sleeping, until its flag is as wanted. Gives up with ETH_E_TIMEOUT
 // after `budget` reads. A failed read counts as all ones.
-int32_t poll(Place flag, bool wanted, unsigned budget);
+int32_t poll(Place flag, uint32_t wanted, unsigned budget);
 
 } // namespace esw

@@ -18,7 +18,7 @@ enum : uint32_t { width_of_read32 = 32, width_of_all_others = 64 }; // in reques
 uint64_t read(Address reg, uint32_t width, const char *message)
 {
     const Answer answer = transfer(request_read, static_cast<uint32_t>(reg) | width, 0, message);
-    return answer.done ? answer.value : ~uint64_t{0};
+    return answer.failure ? ~uint64_t{0} : answer.value;
 }
 
 template <typename T>
@@ -30,12 +30,6 @@ constexpr T merge(T old, T mask, T value)
 int32_t write_masked(Address reg, uint64_t mask, uint64_t value, bool wide)
 {
     return write(reg, merge(wide ? read64(reg) : read32(reg), mask, value));
-}
-
-int32_t write_place(Place place, uint32_t value, bool wide)
-{
-    const Field field = field_of(place);
-    return write_masked(register_of(place), field.mask(), uint64_t{value} << field.low, wide);
 }
 
 } // namespace
@@ -51,14 +45,18 @@ int32_t write(Address reg, uint64_t value)
 {
     const Answer answer = transfer(request_write, static_cast<uint32_t>(reg) | width_of_all_others, value,
                                    "ESW: write error !\n");
-    return answer.done ? ETH_E_NONE : ETH_E_FAIL;
+    return answer.failure ? ETH_E_FAIL : ETH_E_NONE;
 }
 
 uint32_t read_field(Place place) { return field_of(place).get(read32(register_of(place))); }
 
-int32_t write_field(Place place, uint32_t value) { return write_place(place, value, false); }
+int32_t write_field(Place place, uint32_t value, bool wide)
+{
+    const Field field = field_of(place);
+    return write_masked(register_of(place), field.mask(), uint64_t{value} << field.low, wide);
+}
 
-int32_t write_wide_field(Place place, uint32_t value) { return write_place(place, value, true); }
+int32_t write_field(Place place, uint32_t value) { return write_field(place, value, false); }
 
 int32_t write32_masked(Address reg, uint32_t mask, uint32_t value)
 {
@@ -76,7 +74,7 @@ int32_t clear_bits(Address reg, uint64_t mask) { return write64_masked(reg, mask
 
 int32_t assign_bits(Address reg, uint64_t mask, bool on) { return write64_masked(reg, mask, on ? mask : 0); }
 
-int32_t assign_flag(Place place, bool on) { return write_wide_field(place, on ? ~uint32_t{0} : 0); }
+int32_t assign_flag(Place place, bool on) { return write_field(place, on ? ~uint32_t{0} : 0, true); }
 
 } // namespace esw
 

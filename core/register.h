@@ -75,13 +75,13 @@ int32_t write(Address reg, uint64_t value);
 int32_t write32_masked(Address reg, uint32_t mask, uint32_t value);
 uint32_t read_field(Place place);
 int32_t write_field(Place place, uint32_t value);
+int32_t write_field(Place place, uint32_t value, bool wide); // with a 64-bit read, if wide
 
 // Change what a 64-bit read finds.
 int32_t write64_masked(Address reg, uint64_t mask, uint64_t value);
 int32_t set_bits(Address reg, uint64_t mask);
 int32_t clear_bits(Address reg, uint64_t mask);
 int32_t assign_bits(Address reg, uint64_t mask, bool on);
-int32_t write_wide_field(Place place, uint32_t value);
 int32_t assign_flag(Place place, bool on); // all bits of a field of at most 32 bits
 
 } // namespace esw

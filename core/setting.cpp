@@ -27,14 +27,13 @@ Place place_of(uint32_t port, uint32_t index, const Setting &setting)
 
 void change(Place place, Kind kind, uint32_t value)
 {
-    if (kind == Kind::whole)
+    if (kind == Kind::whole) {
         write(register_of(place), value);
-    else if (kind == Kind::flag)
-        assign_flag(place, value != 0);
-    else if (kind == Kind::wide_number)
-        write_wide_field(place, value);
-    else
-        write_field(place, kind == Kind::number || value == 0 ? value : ~uint32_t{0});
+        return;
+    }
+    const bool is_flag = kind == Kind::flag || kind == Kind::narrow_flag;
+    const bool wide = kind == Kind::flag || kind == Kind::wide_number;
+    write_field(place, is_flag && value != 0 ? ~uint32_t{0} : value, wide);
 }
 
 uint32_t read(Place place, Kind kind)

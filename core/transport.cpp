@@ -45,7 +45,7 @@ Answer transfer(unsigned long number, uint64_t target, uint64_t value, const cha
     const int32_t result = gFd > 0 ? ioctl(gFd, number, &request) : transfer_by_interface(number, &request);
     if (result != 0)
         perror(message);
-    return {request.value, result == 0};
+    return {request.value, result};
 }
 
 } // namespace esw

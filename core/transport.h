@@ -15,7 +15,7 @@ void readdress_requests_to(const char *ifname);
 
 struct Answer {
     uint64_t value;
-    bool done;
+    int32_t failure; // 0 when it was done
 };
 
 // Sends one register request by the route that gFd chooses now. `target` holds the three bytes that name what

@@ -55,7 +55,7 @@ uint32_t data_of(const eth_l2_addr_t &addr)
            (addr.flags & l2_flags) << flags_low;
 }
 
-int32_t ethHw_arl_access_wait() { return poll(access_control[access_busy], false, access_budget); }
+int32_t ethHw_arl_access_wait() { return poll(access_control[access_busy], 0, access_budget); }
 
 // Runs a command on the bucket that the key selects.
 int32_t access_bucket(uint64_t command, uint64_t key)

@@ -24,7 +24,7 @@ constexpr uint16_t last_vid = 0xFFF;
 
 int32_t ethHw_fast_age_wait() ESW_REQUIRES(switch_mutex)
 {
-    return poll(fast_age_control[fast_age_start], false, fast_age_budget);
+    return poll(fast_age_control[fast_age_start], 0, fast_age_budget);
 }
 
 // Waits for the engine, then brings back the control register, however the wait ended.

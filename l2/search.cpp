@@ -50,7 +50,7 @@ int32_t eth_l2_search_start(void)
 int32_t eth_l2_search_next(eth_l2_addr_t *first, eth_l2_addr_t *second)
 {
     const SwitchLock lock;
-    const int32_t result = poll(search_control[search_ready], true, search_budget);
+    const int32_t result = poll(search_control[search_ready], 1, search_budget);
     if (result == ETH_E_NONE) {
         take_result(0, *first);
         take_result(1, *second);

@@ -14,7 +14,8 @@ namespace {
 
 using namespace esw;
 
-int32_t send(const File &socket, RequestNumber number, uint32_t command, uint32_t port, ethtool_eee &eee)
+[[gnu::noinline]] int32_t send(const File &socket, RequestNumber number, uint32_t command, uint32_t port,
+                               ethtool_eee &eee)
 {
     RequestBlock block{.name = "eth0", .data = &eee, .unused = {}};
     eee.cmd = command;

@@ -32,66 +32,67 @@ constexpr Field packets_selected{8};
 
 constexpr LockedRegister cpu_rate_index{0x41, 0xC0, 8}; // class A
 
-// A limiter that takes its rate and its bucket size as indexes into tables. Distances are those of
-// neighbouring ports.
+// A limiter that takes its rate and its bucket size as indexes into tables.
 struct IndexedLimiter {
-    LockedRegister reg; // of port 0
-    Field on;           // of port 0, like the others
-    Field rate;
-    Field burst;
-    uint8_t offsets;    // distance of the registers
-    uint8_t on_bits;    // distance of the fields that switch a limiter on
-    uint8_t index_bits; // distance of the fields that hold an index
-
-    [[nodiscard]] Register reg_of(uint32_t port) const ESW_REQUIRES(switch_mutex)
-    {
-        return reg.at(offsets * port);
-    }
-    [[nodiscard]] Field on_of(uint32_t port) const { return on.up(on_bits * port); }
-    [[nodiscard]] Field rate_of(uint32_t port) const { return rate.up(index_bits * port); }
-    [[nodiscard]] Field burst_of(uint32_t port) const { return burst.up(index_bits * port); }
+    Place on; // of port 0, like the others
+    Place rate;
+    Place burst;
+    uint8_t port_offsets; // distance of the registers of neighbouring ports
+    uint8_t on_bits;      // distance of the fields that switch their limiters on
+    uint8_t index_bits;   // distance of the fields that hold their indexes
 };
 
+constexpr LockedRegister egress_limit{0x41, 0x80, 16};
 constexpr IndexedLimiter class_a_egress{
-    .reg = {0x41, 0x80, 16},
-    .on = {11},
-    .rate = {0, 8},
-    .burst = {8, 3},
-    .offsets = 2,
+    .on = egress_limit[{11}],
+    .rate = egress_limit[{0, 8}],
+    .burst = egress_limit[{8, 3}],
+    .port_offsets = 2,
     .on_bits = 0,
     .index_bits = 0,
 };
 
+constexpr LockedRegister ingress_limit{0x41, 0x10, 32};
 constexpr IndexedLimiter ingress{
-    .reg = {0x41, 0x10, 32},
-    .on = {22},
-    .rate = {0, 8},
-    .burst = {8, 3},
-    .offsets = 4,
+    .on = ingress_limit[{22}],
+    .rate = ingress_limit[{0, 8}],
+    .burst = ingress_limit[{8, 3}],
+    .port_offsets = 4,
     .on_bits = 1,
     .index_bits = 11,
 };
+
+// The same limiter of another port.
+IndexedLimiter of_port(IndexedLimiter limiter, uint32_t port)
+{
+    const uint32_t offsets = limiter.port_offsets * port;
+    limiter.on = moved(limiter.on, offsets, limiter.on_bits * port);
+    limiter.rate = moved(limiter.rate, offsets, limiter.index_bits * port);
+    limiter.burst = moved(limiter.burst, offsets, limiter.index_bits * port);
+    return limiter;
+}
 
 // Rates of 2^31 and above count as negative, here and in the tables.
 void limit(const IndexedLimiter &limiter, uint32_t port, uint32_t rate, uint32_t burst)
     ESW_REQUIRES(switch_mutex)
 {
-    const Register reg = limiter.reg_of(port);
-    assign_flag(reg[limiter.on_of(port)], rate != 0);
+    const IndexedLimiter own = of_port(limiter, port);
+    assign_flag(own.on, rate != 0);
     if (rate == 0)
         return;
-    write_field(reg[limiter.burst_of(port)], floor_index(burst_sizes, static_cast<int32_t>(burst)));
-    write_field(reg[limiter.rate_of(port)], floor_index(port_refresh_counts, static_cast<int32_t>(rate)));
+    write_field(own.burst, floor_index(burst_sizes, static_cast<int32_t>(burst)));
+    write_field(own.rate, floor_index(port_refresh_counts, static_cast<int32_t>(rate)));
 }
 
 void read_limit(const IndexedLimiter &limiter, uint32_t port, uint32_t *rate, uint32_t *burst)
     ESW_REQUIRES(switch_mutex)
 {
-    const uint32_t word = read32(limiter.reg_of(port));
-    if (!limiter.on_of(port).get(word))
+    const IndexedLimiter own = of_port(limiter, port);
+    const uint32_t word = read32(register_of(own.on));
+    if (!field_of(own.on).get(word))
         return;
-    *rate = static_cast<uint32_t>(entry(port_refresh_counts, limiter.rate_of(port).get(word)));
-    *burst = static_cast<uint32_t>(entry(burst_sizes, limiter.burst_of(port).get(word)));
+    *rate = static_cast<uint32_t>(entry(port_refresh_counts, field_of(own.rate).get(word)));
+    *burst = static_cast<uint32_t>(entry(burst_sizes, field_of(own.burst).get(word)));
 }
 
 void limit_class_b_egress(uint32_t port, uint32_t rate, uint32_t burst) ESW_REQUIRES(switch_mutex)

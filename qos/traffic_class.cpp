@@ -154,8 +154,7 @@ int32_t eth_cosq_port_dscp2tc_set(uint32_t port, int32_t dscp, uint32_t, uint32_
     if (const int32_t error = check_dscp(port, dscp, tc))
         return error;
     const auto number = static_cast<uint32_t>(dscp);
-    const Field field = class_of_dscp(number);
-    write64_masked(dscp_map(number), field.mask(), field.put(tc));
+    write_field(dscp_map(number)[class_of_dscp(number)], tc, true);
     return ETH_E_NONE;
 }
 

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstddef>
+#include <span>
 
 #include "core/device.h"
 #include "core/lock.h"
@@ -71,10 +72,11 @@ constexpr struct {
     {137, 0x88, 0x88}, {138, 0x90, 0xB4}, {148, 0xC0, 0xD4},
 };
 
+enum class Available : uint8_t { never, on_class_b, always };
+
 // One counter, as it is found by its number.
 struct Sum {
-    bool available = false;
-    bool class_b_only = false;
+    Available available = Available::never;
     bool wide = false;     // one register of 64 bits
     uint8_t registers = 0; // none: always zero
     std::array<uint8_t, 5> offsets{};
@@ -86,29 +88,40 @@ constexpr auto sums = [] {
         uint8_t registers = 1;
         while (registers < counter.offsets.size() && counter.offsets[registers] != 0)
             ++registers;
-        all[counter.number] = {.available = true,
-                               .class_b_only = counter.class_b_only,
-                               .wide = has_64_bits(counter.offsets[0]),
-                               .registers = registers,
-                               .offsets = counter.offsets};
+        all[counter.number] = {
+            .available = counter.class_b_only ? Available::on_class_b : Available::always,
+            .wide = has_64_bits(counter.offsets[0]),
+            .registers = registers,
+            .offsets = counter.offsets,
+        };
     }
     for (const uint8_t number : zero_counters)
-        all[number].available = true;
+        all[number].available = Available::always;
     for (const auto &run : raw_counters) {
-        for (uint8_t offset = run.first_offset, number = run.number; offset <= run.last_offset; offset += 4)
+        for (uint8_t offset = run.first_offset, number = run.number; offset <= run.last_offset; offset += 4) {
             all[number++] = {
-                .available = true, .wide = has_64_bits(offset), .registers = 1, .offsets = {offset}};
+                .available = Available::always,
+                .wide = has_64_bits(offset),
+                .registers = 1,
+                .offsets = {offset},
+            };
+        }
     }
     return all;
 }();
+
+bool is_available(const Sum &sum)
+{
+    return sum.available == Available::always || (sum.available == Available::on_class_b && is_class_b());
+}
 
 uint64_t read_sum(Register page, const Sum &sum)
 {
     if (sum.wide)
         return read64(page.at(sum.offsets[0]));
     uint32_t total = 0;
-    for (unsigned i = 0; i < sum.registers; ++i)
-        total += read32(page.at(sum.offsets[i]));
+    for (const uint8_t offset : std::span(sum.offsets).first(sum.registers))
+        total += read32(page.at(offset));
     return total;
 }
 
@@ -124,7 +137,7 @@ int32_t ethHw_stat_get(uint32_t port, uint32_t counter, uint64_t *value)
         return ETH_E_UNAVAIL;
     }
     const Sum &sum = sums[counter];
-    if (!sum.available || (sum.class_b_only && !is_class_b()))
+    if (!is_available(sum))
         return ETH_E_UNAVAIL;
     *value = read_sum({static_cast<uint8_t>(mib_page + port), 0x00, 32}, sum);
     return ETH_E_NONE;

@@ -22,7 +22,7 @@ constexpr LockedRegister table_entry{0x05, 0x83, 32};
 constexpr Field member_ports{0, 9};
 constexpr Field untagged_ports{9, 9};
 
-int32_t ethHw_vlan_table_wait() { return poll(table_command[table_busy], false, table_read_budget); }
+int32_t ethHw_vlan_table_wait() { return poll(table_command[table_busy], 0, table_read_budget); }
 
 int32_t run(uint64_t command)
 {

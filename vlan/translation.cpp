@@ -29,7 +29,7 @@ constexpr unsigned last_cleared_index = 0xFF;
 
 int32_t ethHw_evt_wait(Field started)
 {
-    return poll(translation_command[started], false, translation_read_budget);
+    return poll(translation_command[started], 0, translation_read_budget);
 }
 
 int32_t access_entry(uint32_t port, unsigned index, bool is_write)
