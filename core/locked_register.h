@@ -7,7 +7,9 @@
 
 namespace esw {
 
-// Clang builds fail where such a register is named without the lock.
+// Clang builds fail where such a register is named without the lock. They don't tell where a register that other calls
+// access without it is concerned (the VLAN and translation commands, the class A scheduler, the management register), a
+// membership file, or a row of settings: tests hold those.
 class LockedRegister {
 public:
     constexpr LockedRegister(uint8_t page, uint8_t offset, uint8_t width) : register_(page, offset, width) {}

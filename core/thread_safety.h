@@ -14,5 +14,4 @@
 #define ESW_ACQUIRE(...) ESW_THREAD_ATTRIBUTE(acquire_capability(__VA_ARGS__))
 #define ESW_RELEASE(...) ESW_THREAD_ATTRIBUTE(release_capability(__VA_ARGS__))
 #define ESW_REQUIRES(...) ESW_THREAD_ATTRIBUTE(requires_capability(__VA_ARGS__))
-#define ESW_EXCLUDES(...) ESW_THREAD_ATTRIBUTE(locks_excluded(__VA_ARGS__))
 #define ESW_UNCHECKED ESW_THREAD_ATTRIBUTE(no_thread_safety_analysis)
