@@ -77,7 +77,7 @@ test-threads: test-packages
 # FUZZ_SECONDS for each target, from the inputs in fuzz/corpus on.
 fuzz: lint-packages
 	@$(call configure,clang,)
-	@cmake --build build/clang
+	@cmake --build build/clang --target esw-sim esw-sim-preload fuzz_library fuzz_board fuzz_eswctl
 	@fuzz/run build/clang $(FUZZ_SECONDS)
 
 evidence-packages: test-packages

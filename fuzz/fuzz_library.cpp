@@ -189,6 +189,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const sim::Behaviour plain;
     sim::Switch(world.shared->state, plain).power_on(devices[first % 3]);
     world.options = {};
+    world.options.unprivileged = true;
     world.options.device_route = (first & 8) == 0;
     world.options.behaviour.latency = first >> 4;
     if (esw_init("eth0") != ETH_E_NONE)

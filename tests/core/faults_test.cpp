@@ -93,6 +93,7 @@ protected:
     {
         const auto &[device, device_route] = board;
         options() = {};
+        options().unprivileged = true;
         options().device_route = device_route;
         become(device == unknown_device ? class_b : device);
         reg(0x04, 0x0E) = 8;
