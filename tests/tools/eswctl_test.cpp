@@ -203,5 +203,18 @@ TEST_F(Eswctl, ATraceNeverStopsItsProgram)
     EXPECT_GE(contents(trace).size(), 512u);
 }
 
+// A program that is not linked with the library meets the same device, and the same fault.
+TEST_F(Eswctl, AnyProgramMeetsTheDevice)
+{
+    const auto python = [&](const std::string &launcher, const std::string &script) {
+        return launch(launcher, {"python3", "-c", "import ctypes, os, stat\n" + script}).out;
+    };
+    EXPECT_EQ(python("", "print(stat.filemode(os.fstat(os.open('/dev/esw-ctl', os.O_RDWR)).st_mode))"),
+              "crw-------\n");
+    const std::string start = "print(ctypes.CDLL('" BIN_DIR "/../lib/libesw.so.0').esw_init(b'eth0'))";
+    EXPECT_EQ(python("", start), "0\n");
+    EXPECT_EQ(python("--fault lock", start), "-1\n");
+}
+
 } // namespace
 } // namespace test
