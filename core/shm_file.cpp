@@ -68,12 +68,6 @@ int32_t fetch(int descriptor, const ShmFile &file, void *record)
 
 } // namespace
 
-int32_t fail(const char *what)
-{
-    perror(what);
-    return ETH_E_FAIL;
-}
-
 int open_shm(const ShmFile &file, int flags)
 {
     return open(file.path, flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, file.mode);

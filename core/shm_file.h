@@ -4,8 +4,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 
 #include <sys/stat.h>
+
+#include <esw/types.h>
 
 namespace esw {
 
@@ -25,8 +28,11 @@ inline constexpr mode_t owner_only = 0600;
 // somebody has emptied. It means nothing to the kernel, and goes with the first contents.
 inline constexpr mode_t unfinished = S_ISVTX;
 
-// Prints errno's text. ETH_E_FAIL.
-int32_t fail(const char *what);
+inline int32_t fail(const char *what)
+{
+    perror(what);
+    return ETH_E_FAIL;
+}
 
 // A descriptor, or below 0. Neither follows a link nor waits for a FIFO: anyone may have planted them.
 int open_shm(const ShmFile &file, int flags);
