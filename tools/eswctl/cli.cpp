@@ -57,26 +57,29 @@ void add_command(CLI::App &parent, const std::string &words, const Command &comm
         app->add_flag("--yes")->description("do not ask")->disable_flag_override();
 }
 
-void describe(const Family &family, CLI::App &app, Invocations &invocations)
+// All commands, or one and the words that lead to it.
+void describe(const Family &family, const Command *only, CLI::App &app, Invocations &invocations)
 {
     CLI::App *parent = &app;
     if (!family.noun.empty())
         parent = app.add_subcommand(family.noun, family.summary)->fallthrough();
     for (const Command &command : family.commands) {
+        if (only && &command != only && !only->words.starts_with(command.words + ' '))
+            continue;
         const size_t verb = family.noun.empty() ? 0 : family.noun.size() + 1;
         add_command(*parent, command.words.substr(verb), command, invocations);
     }
 }
 
-// A command line as CLI11 knows it, with one family of commands, or with all.
+// A command line as CLI11 knows it, with one command, with a family of them, or with all.
 struct Tree {
-    explicit Tree(const std::vector<const Family *> &families)
+    Tree(const std::vector<const Family *> &families, const Command *only)
     {
         for (const Argument &option : global_options())
             add_argument(app, option);
         app.set_version_flag("--version", "eswctl " ESW_VERSION);
         for (const Family *family : families)
-            describe(*family, app, invocations);
+            describe(*family, only, app, invocations);
     }
 
     CLI::App app{"Controls a managed Ethernet switch.", "eswctl"};
@@ -96,18 +99,34 @@ size_t first_command_word(const std::vector<std::string> &words)
     return std::min(i, words.size());
 }
 
-// Made once for all lines of a batch. Where the first word is no command, all of them are listed.
-Tree &tree_for(const std::string &word)
+// The command that a line names in full, with no option between its words.
+const Command *find_command(const Family &family, const std::vector<std::string> &words, size_t first)
+{
+    std::string line;
+    for (size_t i = first; i < words.size() && !words[i].starts_with('-'); ++i)
+        line += words[i] + ' ';
+    const auto found = std::ranges::find_if(family.commands, [&](const Command &command) {
+        return command.run && line.starts_with(command.words + ' ');
+    });
+    return found == family.commands.end() ? nullptr : &*found;
+}
+
+// Made once for all lines of a batch. What is no command gets the tree of its family, or of all, to be told
+// what is.
+Tree &tree_for(const std::vector<std::string> &words)
 {
     static std::map<std::string, Tree> trees;
-    const Family *own = word.empty() ? nullptr : family(word);
+    const size_t first = first_command_word(words);
+    const std::string word = first < words.size() ? words[first] : "";
     const Family &general = *family("");
+    const Family *own = word.empty() ? nullptr : family(word);
     if (!own && std::ranges::find(general.commands, word, &Command::words) != general.commands.end())
         own = &general;
-    const std::string noun = own ? own->noun : "(all)";
-    auto found = trees.find(noun);
+    const Command *only = own ? find_command(*own, words, first) : nullptr;
+    const std::string key = only ? only->words : own ? own->noun + " *" : "*";
+    auto found = trees.find(key);
     if (found == trees.end())
-        found = trees.try_emplace(noun, own ? std::vector{own} : families()).first;
+        found = trees.try_emplace(key, own ? std::vector{own} : families(), only).first;
     return found->second;
 }
 
@@ -350,13 +369,11 @@ std::vector<Argument> global_options()
 Parsed parse(const std::vector<std::string> &given)
 {
     std::vector<std::string> words = given;
-    size_t first = first_command_word(words);
-    if (first < words.size() && words[first] == "help") {
+    if (const size_t first = first_command_word(words); first < words.size() && words[first] == "help") {
         words.erase(words.begin() + static_cast<ptrdiff_t>(first));
         words.emplace_back("--help");
-        first = first_command_word(words);
     }
-    auto &[app, invocations] = tree_for(first < words.size() ? words[first] : "");
+    auto &[app, invocations] = tree_for(words);
     check_commands(app, words);
     try {
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
