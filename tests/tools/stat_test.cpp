@@ -49,9 +49,10 @@ TEST_F(Eswctl, WatchStaysInPlaceOnATerminalOnly)
     EXPECT_THAT(on_terminal("TERM=xterm NO_COLOR="),
                 AllOf(HasSubstr("\033[2A\rcounter port\033[K"), HasSubstr("\r(49 more lin\033[K")));
     const std::string wide =
-        launch("", {"script", "-qec",
-                    fmt::format("stty cols 80; TERM=xterm {}/eswctl stat watch --all --count 1", BIN_DIR),
-                    "/dev/null"})
+        launch("",
+               {"script", "-qec",
+                fmt::format("stty cols 80; TERM=xterm {}/eswctl stat watch --counter 140 --count 1", BIN_DIR),
+                "/dev/null"})
             .out;
     EXPECT_THAT(wide, HasSubstr("    140       7      0"));
     EXPECT_THAT(wide, HasSubstr("port 8  [1/s]"));
