@@ -146,7 +146,8 @@ TEST_F(Eswctl, DestructiveCommandsAskOnATerminal)
     const auto answered = [&](const std::string &answer) {
         return launch("", {"script", "-qec", BIN_DIR "/eswctl reset", "/dev/null"}, answer + '\n');
     };
-    const std::string question = "Reset the switch: every setting is lost. Go on? [y/N] ";
+    const std::string question =
+        "Reset the switch: every setting is lost, but not which VLANs exist. Go on? [y/N] ";
     const Finished refused = answered("n");
     EXPECT_EQ(refused.code, 1);
     EXPECT_THAT(refused.out,
