@@ -153,9 +153,9 @@ TEST_F(Eswctl, DestructiveCommandsAskOnATerminal)
     EXPECT_THAT(refused.out,
                 testing::AllOf(testing::HasSubstr(question), testing::HasSubstr("eswctl: not done")));
     EXPECT_EQ(answered("").code, 1);
-    EXPECT_THAT(eswctl("port show 0").out, testing::HasSubstr("   0  no "));
+    EXPECT_THAT(eswctl("port show 0").out, testing::HasSubstr("   0  off "));
     EXPECT_EQ(answered("y").code, 0);
-    EXPECT_THAT(eswctl("port show 0").out, testing::HasSubstr("   0  yes "));
+    EXPECT_THAT(eswctl("port show 0").out, testing::HasSubstr("   0  on "));
 }
 
 // Something in every part of the configuration.

@@ -1,266 +1,246 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// save and restore: the switch's whole configuration as one document.
+// save, restore, diff: the switch's whole configuration as one document.
 #include "eswctl/config.h"
 
+#include <csignal>
 #include <map>
 
 #include <esw.h>
 #include <fmt/format.h>
 
 #include "eswctl/driver.h"
+#include "eswctl/dry_run.h"
 #include "eswctl/families.h"
 #include "eswctl/output.h"
-#include "eswctl/schema.h"
+#include "eswctl/terminal.h"
 
 namespace eswctl {
 namespace {
 
-constexpr int format = 1; // of the document
+volatile sig_atomic_t wants_end = 0;
 
-std::string dotted(const Path &path) { return fmt::format("{}", fmt::join(path, ".")); }
-
-Json &place(Json &document, const Path &path)
-{
-    Json *at = &document;
-    for (const std::string &name : path)
-        at = &(*at)[name];
-    return *at;
-}
-
-// Null where the document does not name it.
-Json found(const Json &document, const Path &path)
-{
-    const Json *at = &document;
-    for (const std::string &name : path) {
-        if (!at->is_object() || !at->contains(name))
-            return nullptr;
-        at = &at->at(name);
+// Until the end of its scope, a signal ends the work between two changes.
+class Interruptible {
+public:
+    Interruptible()
+    {
+        struct sigaction action = {};
+        action.sa_handler = [](int) { wants_end = 1; };
+        for (size_t i = 0; i < std::size(signals); ++i)
+            sigaction(signals[i], &action, &former_[i]);
     }
-    return *at;
-}
-
-// A document that people edited may hold anything: what the library refuses, and what has the wrong type.
-int32_t attempt(const std::string &setting, const std::function<int32_t(const Json &)> &set,
-                const Json &value)
-{
-    try {
-        return check(set(value), fmt::format("restore {} to {}", setting, value.dump()));
-    } catch (const std::exception &) {
-        throw Refused{
-            fmt::format("cannot restore {} to {}: not a value of the right kind", setting, value.dump())};
+    ~Interruptible()
+    {
+        for (size_t i = 0; i < std::size(signals); ++i)
+            sigaction(signals[i], &former_[i], nullptr);
     }
+    Interruptible(const Interruptible &) = delete;
+    Interruptible &operator=(const Interruptible &) = delete;
+
+private:
+    static constexpr int signals[] = {SIGINT, SIGTERM, SIGHUP};
+    struct sigaction former_[std::size(signals)];
+};
+
+// ---- Applying
+
+void write(const Place &place, const Json &value, const std::string &name)
+{
+    check(place.setting->write(place.instance->number, value),
+          fmt::format("set {} to {}", name, in_words(value)));
+    check_requests();
 }
 
-void apply_setting(const Setting &setting, const Json &wanted, Changes &changes)
+std::map<Json, Json> by_key(const Place &place, const Json &entries)
 {
-    if (wanted.is_null())
-        return;
-    const Json present = setting.get();
-    if (present == wanted)
-        return;
-    attempt(dotted(setting.path), setting.set, wanted);
-    // The switch may round, or not have it at all.
-    if (const Json now = setting.get(); now != present)
-        changes.note(dotted(setting.path), present, now);
-}
-
-Json key_of(const Entries &table, const Json &entry)
-{
-    Json key = Json::array();
-    for (const std::string &name : table.key) {
-        if (!entry.is_object() || !entry.contains(name))
-            throw Refused{fmt::format("cannot restore {}: an entry has no {}", dotted(table.path), name)};
-        key.push_back(entry.at(name));
-    }
-    return key;
-}
-
-std::string name_of(const Entries &table, const Json &key)
-{
-    std::string name = dotted(table.path);
-    for (const Json &part : key)
-        name += fmt::format("[{}]", part.is_string() ? part.get<std::string>() : part.dump());
-    return name;
-}
-
-// As the switch would list them: ports in ascending order.
-Json in_order(Json entry)
-{
-    for (const char *ports : {"ports", "members", "untagged"}) {
-        if (entry.contains(ports))
-            entry[ports] = from_port_set(to_port_set(entry[ports]));
-    }
-    return entry;
-}
-
-std::map<Json, Json> entries_by_key(const Entries &table, const Json &wanted)
-{
-    std::map<Json, Json> entries;
-    for (const Json &entry : wanted) {
-        const Json key = key_of(table, entry);
-        if (!entries.emplace(key, in_order(entry)).second)
-            throw Refused{fmt::format("cannot restore {}: it is there twice", name_of(table, key))};
-    }
-    return entries;
-}
-
-std::map<Json, Json> listed(const Entries &table)
-{
-    std::map<Json, Json> entries;
-    for (const Json &entry : table.list())
-        entries[key_of(table, entry)] = entry;
-    return entries;
-}
-
-// What the switch lists afterwards counts: it may round, or not have what it was told.
-void note_entries(const Entries &table, const std::map<Json, Json> &before, Changes &changes)
-{
-    const std::map<Json, Json> now = listed(table);
-    for (const auto &[key, entry] : before) {
-        const auto same = now.find(key);
-        if (same == now.end() || same->second != entry)
-            changes.note(name_of(table, key), entry, same == now.end() ? Json() : same->second);
-    }
-    for (const auto &[key, entry] : now) {
-        if (!before.contains(key))
-            changes.note(name_of(table, key), nullptr, entry);
-    }
-}
-
-void apply_table(const Entries &table, const Json &wanted, Changes &changes)
-{
-    if (wanted.is_null())
-        return;
-    const std::map<Json, Json> present = listed(table);
-    const std::map<Json, Json> missing = entries_by_key(table, wanted);
-    if (present == missing)
-        return;
-    try {
-        // Room first: a full table takes new entries only once the old ones are gone.
-        for (const auto &[key, entry] : present) {
-            if (!missing.contains(key))
-                attempt(name_of(table, key), table.remove, entry);
-        }
-        for (const auto &[key, entry] : missing) {
-            const auto same = present.find(key);
-            if (same == present.end() || same->second != entry)
-                attempt(name_of(table, key), table.put, entry);
-        }
-    } catch (...) {
-        note_entries(table, present, changes);
-        throw;
-    }
-    note_entries(table, present, changes);
-}
-
-Configuration configuration()
-{
-    Configuration all;
-    for (const auto describe : {describe_ports, describe_l2, describe_vlans, describe_qos, describe_mirroring,
-                                describe_controls, describe_cfp})
-        describe(all);
+    std::map<Json, Json> all;
+    for (const Json &entry : entries)
+        all.emplace(place.key_of(entry), entry);
     return all;
 }
 
-std::string class_name() { return is_class_a() ? "A" : "B"; }
+// Between any two changes, a user may end the work; a way back goes on through failures.
+void step(bool goes_on, const std::function<void()> &change)
+{
+    if (wants_end != 0 && !goes_on)
+        throw Interrupted{};
+    try {
+        change();
+    } catch (const Refused &) {
+        if (!goes_on)
+            throw;
+        forget_failures();
+    }
+}
+
+// Room first: a full table takes new entries only once the old ones are gone.
+void apply_table(const Place &place, const Json &wanted, const Json &present, bool goes_on)
+{
+    const auto after = by_key(place, wanted);
+    const auto before = by_key(place, present);
+    for (const auto &[key, entry] : before) {
+        if (!after.contains(key))
+            step(goes_on, [&] {
+                check(place.setting->remove(entry), fmt::format("remove {}", place.words_of(entry)));
+                check_requests();
+            });
+    }
+    for (const auto &[key, entry] : after) {
+        const auto same = before.find(key);
+        if (same == before.end() || same->second != entry)
+            step(goes_on, [&] { write(place, entry, place.words_of(entry)); });
+    }
+}
+
+// A single setting is read anew: what was written until then may have changed it.
+void attempt(const Place &place, const Json &wanted, const Json &present, bool goes_on)
+{
+    if (place.is_table())
+        apply_table(place, wanted, present, goes_on);
+    else if (place.setting->read(place.instance->number) != wanted)
+        step(goes_on, [&] { write(place, wanted, place.words()); });
+}
+
+Report account_of(const Json &changes, const std::string &sentence)
+{
+    Report report{{{"changes", changes}}};
+    report.text = differences_in_words(changes) + sentence + '\n';
+    return report;
+}
+
+std::string count_changes(const Json &changes)
+{
+    return changes.empty() ? "nothing to change"
+                           : fmt::format("{} change{} made", changes.size(), changes.size() == 1 ? "" : "s");
+}
+
+// ---- Commands
 
 Report save(const Arguments &arguments)
 {
-    Json document = {
-        {"format", format}, {"device_id", fmt::format("{:#x}", gESWID)}, {"class", class_name()}};
-    document.update(configuration().read());
+    Reading reading = read_switch();
+    const bool strict = arguments["--strict"].get<bool>();
+    for (const std::string &left_out : reading.left_out)
+        tell(fmt::format("eswctl: {}: {}\n", strict ? "cannot be saved" : "left out", left_out));
+    if (strict && !reading.left_out.empty())
+        throw Refused{"not saved: no call of the library sets the above"};
     const auto file = arguments["FILE"].get<std::string>();
-    return write_document(file, std::move(document),
+    return write_document(file, std::move(reading.document),
                           done(fmt::format("configuration saved to {}", file), {{"file", file}}));
 }
 
-Json read_document(const std::string &file)
+// What the switch does not hold of a document, although it was told to.
+void verify(const Json &document)
 {
-    const std::string text = read_file(file);
-    if (const std::string fault = schema_fault("configuration.schema.json", text); !fault.empty())
-        throw Refused{fmt::format("{} is not a configuration: {}", name_file(file), fault)};
-    const Json document = Json::parse(text);
-    if (document["class"] != class_name())
-        throw Refused{fmt::format("{} is of a class {} switch, and this one is of class {}", name_file(file),
-                                  document["class"].get<std::string>(), class_name())};
-    return document;
+    const Json wrong = differences(document, read_switch().document);
+    Json unsettled = Json::array();
+    for (const Json &row : wrong) {
+        if (!row["from"].is_null())
+            unsettled.push_back(row);
+    }
+    if (!unsettled.empty())
+        throw Refused{
+            fmt::format("the switch did not keep what it was told:\n{}", differences_in_words(unsettled))};
 }
 
-Report account_of(const Json &changes)
+// Half a restore is told whole: what is done, and what another one would still do.
+Refused interrupted(const Json &before, const Json &document)
 {
-    Report report = table("changes", {{"setting", "setting"}, {"from", "from"}, {"to", "to"}}, changes,
-                          "nothing to change");
-    if (!changes.empty())
-        report.sentence = fmt::format("{} change{} made", changes.size(), changes.size() == 1 ? "" : "s");
-    return report;
+    const Json now = read_switch().document;
+    return {fmt::format("interrupted; done until then:\n{}left, for another restore to do:\n{}",
+                        differences_in_words(differences(before, now)),
+                        differences_in_words(differences(now, document)))};
 }
 
 Report restore(const Arguments &arguments)
 {
-    const Json document = read_document(arguments["FILE"].get<std::string>());
-    Changes changes;
+    const Json document =
+        read_document(arguments["FILE"].get<std::string>(), arguments["--skip-unsupported"].get<bool>());
+    const Json before = read_switch().document;
+    check_requests();
+    const Interruptible interruptible;
     try {
-        configuration().apply(document, changes);
-    } catch (const Refused &) {
+        apply(document);
+        if (!withholds_writes())
+            verify(document);
+    } catch (const Refused &refused) {
         forget_failures(); // they are told already
-        if (!printing_json() && !changes.rows().empty())
-            emit(account_of(changes.rows()));
-        throw;
+        const std::string outcome =
+            arguments["--keep"].get<bool>()
+                ? "kept what was reached:\n" +
+                      differences_in_words(differences(before, read_switch().document))
+                : go_back_to(before);
+        throw Refused{fmt::format("{}\n{}", refused.message, outcome)};
+    } catch (const Interrupted &) {
+        throw interrupted(before, document);
     }
-    return account_of(changes.rows());
+    const Json changes = differences(before, read_switch().document);
+    return account_of(changes, count_changes(changes));
+}
+
+Report diff(const Arguments &arguments)
+{
+    const Json document = read_document(arguments["FILE"].get<std::string>(), true);
+    const Json changes = differences(read_switch().document, document);
+    Report report = account_of(changes, changes.empty() ? "no difference" : "");
+    return report;
+}
+
+Report schema(const Arguments &)
+{
+    Report report{configuration_schema()};
+    report.text = as_json(report);
+    return report;
 }
 
 } // namespace
 
-Json Configuration::read() const
+void apply(const Json &document, bool goes_on)
 {
-    Json document = Json::object();
-    Progress progress("save", settings_.size() + tables_.size());
+    const Json before = read_switch().document;
+    const std::vector<Place> all = places_here();
+    Progress progress("changing the switch", all.size());
     size_t done = 0;
-    for (const Setting &setting : settings_) {
-        Json value = setting.get();
-        if (!value.is_null())
-            place(document, setting.path) = std::move(value);
-        progress.advance_to(++done);
-    }
-    for (const Entries &table : tables_) {
-        place(document, table.path) = table.list();
-        progress.advance_to(++done);
-    }
-    return document;
-}
-
-void Configuration::apply(const Json &document, Changes &changes) const
-{
-    for (const Entries &table : tables_)
-        entries_by_key(table, found(document, table.path)); // refuses what it can't make sense of
-    Progress progress("restore", settings_.size() + tables_.size());
-    size_t done = 0;
-    for (const Entries &table : tables_) {
-        apply_table(table, found(document, table.path), changes);
-        progress.advance_to(++done);
-    }
-    for (const Setting &setting : settings_) {
-        apply_setting(setting, found(document, setting.path), changes);
+    for (const Place &place : all) {
+        const Json wanted = place.in(document);
+        if (!wanted.is_null())
+            attempt(place, wanted, place.in(before), goes_on);
         progress.advance_to(++done);
     }
 }
 
-Command save_command()
+std::string go_back_to(const Json &before)
 {
-    return {"save",
-            "Save the switch's configuration as one JSON document",
-            {{"FILE", "file to write; - for standard output", file_name(), true}},
-            save};
+    apply(before, true);
+    const Json left = differences(read_switch().document, before);
+    forget_failures();
+    return left.empty()
+               ? "went back: the switch is what it was"
+               : fmt::format("could not go back in all; left to do:\n{}", differences_in_words(left));
 }
 
-Command restore_command()
+std::vector<Command> configuration_commands()
 {
-    return {"restore",
-            "Make the switch what a saved configuration says, changing only what differs",
-            {{"FILE", "file that save made; - for standard input", file_name(), true}},
-            restore,
-            true};
+    const Argument file{"FILE", "file that save made; - for standard input", file_name(), true};
+    const Argument skip{"--skip-unsupported", "leave out what this switch does not have", {}};
+    return {
+        {"save",
+         "Save the switch's configuration as one JSON document",
+         {{"FILE", "file to write; - for standard output", file_name(), true},
+          {"--strict", "save nothing when something of it can't be saved", {}}},
+         save},
+        {"restore",
+         "Make the switch what a saved configuration says, changing only what differs",
+         {file, skip, {"--keep", "when it fails, stay with what was reached instead of going back", {}}},
+         restore,
+         true},
+        {"diff", "Show what differs between a saved configuration and the switch", {file, skip}, diff},
+        {.words = "schema",
+         .summary = "Print the JSON Schema of saved configurations",
+         .arguments = {},
+         .run = schema,
+         .offline = true},
+    };
 }
 
 } // namespace eswctl

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "eswctl/families.h"
+#include "eswctl/settings.h"
 
 namespace eswctl {
 namespace {
@@ -45,31 +46,47 @@ Kind control_type()
             }};
 }
 
-Kind accepted_by(const Run &run)
+Form control_form(uint32_t type)
 {
-    if (run.kind == code)
-        return one_of({2, 4, 8});
-    return number(0, (uint64_t{1} << run.bits) - 1);
+    const Run &run = *run_of(type);
+    return run.kind == code ? numbers_form({2, 4, 8}) : integer_form(0, (uint64_t{1} << run.bits) - 1);
 }
+
+// All but 17 and 26, which there are not.
+constexpr Instance each_type[] = {{"0", 0},   {"1", 1},   {"2", 2},   {"3", 3},   {"4", 4},   {"5", 5},
+                                  {"6", 6},   {"7", 7},   {"8", 8},   {"9", 9},   {"10", 10}, {"11", 11},
+                                  {"12", 12}, {"13", 13}, {"14", 14}, {"15", 15}, {"16", 16}, {"18", 18},
+                                  {"19", 19}, {"20", 20}, {"21", 21}, {"22", 22}, {"23", 23}, {"24", 24},
+                                  {"25", 25}, {"27", 27}, {"28", 28}, {"29", 29}};
+
+constexpr Setting setting = {.path = "controls.{}",
+                             .words = "control {}",
+                             .each = each_type,
+                             .calls = "eth_switch_control_set",
+                             .commands = "control set {instance} {value}",
+                             .accepts = control_form,
+                             .read = read_value<eth_switch_control_get>,
+                             .write = [](uint32_t type, const Json &value) {
+                                 return eth_switch_control_set(type,
+                                                               static_cast<int32_t>(value.get<uint32_t>()));
+                             }};
 
 Json describe_control(uint32_t type)
 {
     const Run &run = *run_of(type);
     const int low = run.low + run.step * static_cast<int>(type - run.first);
-    uint32_t read = 0;
-    check(eth_switch_control_get(type, &read), fmt::format("read control {}", type));
     return {{"type", type},
             {"page", hex(run.page, 8)},
             {"offset", hex(run.offset, 8)},
             {"bits", run.bits == 1 ? fmt::format("{}", low) : fmt::format("{}..{}", low + run.bits - 1, low)},
             {"kind", kind_names[run.kind]},
-            {"value", read}};
+            {"value", setting.read(type)}};
 }
 
-Report controls(const std::vector<uint32_t> &types)
+Report controls(const std::vector<uint32_t> &wanted)
 {
     Json rows = Json::array();
-    for (const uint32_t type : types)
+    for (const uint32_t type : wanted)
         rows.push_back(describe_control(type));
     return table("controls",
                  {{"type", "type"},
@@ -85,27 +102,26 @@ Report show(const Arguments &arguments)
 {
     if (const Json given = arguments.value("TYPE", Json()); !given.is_null())
         return controls(given.get<std::vector<uint32_t>>());
-    std::vector<uint32_t> types;
-    for (const Run &run : runs) {
-        for (uint32_t type = run.first; type <= run.last; ++type)
-            types.push_back(type);
-    }
-    return controls(types);
+    std::vector<uint32_t> all;
+    for (const Instance &type : each_type)
+        all.push_back(type.number);
+    return controls(all);
 }
 
 Report set(const Arguments &arguments)
 {
     const auto type = arguments["TYPE"].get<uint32_t>();
     const auto given = arguments["VALUE"].get<uint32_t>();
-    const Kind accepted = accepted_by(*run_of(type));
-    if (accepted.parse(std::to_string(given)).is_null())
+    if (const Form form = control_form(type); !accepts(form, given))
         throw UsageError{
-            fmt::format("VALUE: '{}' is not accepted by control {}; use {}", given, type, accepted.accepted)};
-    check(eth_switch_control_set(type, static_cast<int32_t>(given)), fmt::format("set control {}", type));
+            fmt::format("VALUE: '{}' is not accepted by control {}; use {}", given, type, accepted_by(form))};
+    change(setting, type, given);
     return changed(fmt::format("control {} set to {}", type, given), controls({type}));
 }
 
 } // namespace
+
+Settings control_settings() { return {&setting, 1}; }
 
 Family control_family()
 {

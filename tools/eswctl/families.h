@@ -38,6 +38,7 @@ Family cfp_family();
 // The rest of a family whose commands fill more than one file.
 std::vector<Command> vlan_setting_commands();
 std::vector<Command> cfp_udf_commands();
+std::vector<Command> configuration_commands();
 
 Report overview(const Arguments &arguments);
 Json link_of(uint32_t port); // as link show has it
@@ -45,8 +46,6 @@ Json link_of(uint32_t port); // as link show has it
 // Commands of a single word that have a file of their own.
 Command batch_command();
 Command completion_command();
-Command save_command();
-Command restore_command();
 Command manual_command();
 
 } // namespace eswctl

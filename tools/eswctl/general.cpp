@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Commands of a single word.
+#include <algorithm>
+
 #include <esw.h>
 #include <fmt/format.h>
 
@@ -49,22 +51,21 @@ Report reset(const Arguments &arguments)
 
 Family general_family()
 {
-    return {"",
-            "",
-            {
-                {"show", "Show the whole switch on one screen", {}, overview},
-                {"info", "Show which switch this is and how it is reached", {}, info},
-                {"reset",
-                 "Reset the switch: every setting is lost, but not which VLANs exist",
-                 {{"--vlans", "empty the list of VLANs, too", {}}},
-                 reset,
-                 true},
-                save_command(),
-                restore_command(),
-                batch_command(),
-                completion_command(),
-                manual_command(),
-            }};
+    Family family{"",
+                  "",
+                  {
+                      {"show", "Show the whole switch on one screen", {}, overview},
+                      {"info", "Show which switch this is and how it is reached", {}, info},
+                      {"reset",
+                       "Reset the switch: every setting is lost, but not which VLANs exist",
+                       {{"--vlans", "empty the list of VLANs, too", {}}},
+                       reset,
+                       true},
+                  }};
+    std::ranges::move(configuration_commands(), std::back_inserter(family.commands));
+    for (const auto command : {batch_command, completion_command, manual_command})
+        family.commands.push_back(command());
+    return family;
 }
 
 } // namespace eswctl

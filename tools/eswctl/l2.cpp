@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "eswctl/families.h"
+#include "eswctl/settings.h"
 
 namespace eswctl {
 namespace {
@@ -11,31 +12,105 @@ namespace {
 constexpr uint32_t last_age_time = 0xFFFFF;
 constexpr int32_t only_bpdu_address = 0;
 
+// The library's getter does not tell whether ageing is on.
+constexpr uint8_t age_page = 0x02;
+constexpr uint8_t age_offset = 0x06;
+constexpr uint32_t aging_enabled = 0x100000;
+
+struct Aging {
+    bool enabled;
+    uint32_t time;
+};
+
+Aging aging()
+{
+    const uint32_t word = esw_reg_read32(age_page, age_offset, 32);
+    return {(word & aging_enabled) != 0, word & last_age_time};
+}
+
+Json read_age_time(uint32_t)
+{
+    const auto [enabled, time] = aging();
+    if (enabled == (time != 0))
+        return time;
+    return enabled ? Json("0, but enabled") : Json(fmt::format("{}, but not enabled", time));
+}
+
+Json read_bpdu_address(uint32_t)
+{
+    Mac address{};
+    eth_l2_bpdu_get(only_bpdu_address, address.data());
+    return from_mac(address.data());
+}
+
+Json read_mcast_control(uint32_t)
+{
+    uint32_t control = 0;
+    eth_mcast_ctrl_get(&control);
+    return hex(control & 0xFF, 8);
+}
+
+constexpr Setting age_setting = {.path = "l2.age_time",
+                                 .words = "age time",
+                                 .calls = "eth_l2_age_timer_set",
+                                 .commands = "aging set {value}",
+                                 .accepts = accepted::integer<0, last_age_time>,
+                                 .read = read_age_time,
+                                 .write = write_value<eth_l2_age_timer_set>};
+constexpr Setting bpdu_setting = {.path = "l2.bpdu_address",
+                                  .words = "BPDU address",
+                                  .calls = "eth_l2_bpdu_set",
+                                  .commands = "bpdu set {value}",
+                                  .accepts = accepted::mac,
+                                  .read = read_bpdu_address,
+                                  .write = [](uint32_t, const Json &value) {
+                                      return eth_l2_bpdu_set(only_bpdu_address, to_mac(value).data());
+                                  }};
+constexpr Setting mcast_setting = {
+    .path = "l2.multicast_control",
+    .words = "multicast control register",
+    .calls = "eth_mcast_ctrl_set eth_learn_mcast_set",
+    .commands = "mcast control {value}",
+    .accepts = accepted::hex<8>,
+    .read = read_mcast_control,
+    .write = [](uint32_t, const Json &value) { return eth_mcast_ctrl_set(from_hex(value)); }};
+constexpr Setting bin_full_setting = {.path = "l2.bin_full_forwarding",
+                                      .words = "bin-full forwarding",
+                                      .calls = "eth_arl_bin_full_fwd_set",
+                                      .commands = "arl bin-full {value}",
+                                      .accepts = accepted::flag,
+                                      .read = read_bin_full_forwarding,
+                                      .write = write_flag<eth_arl_bin_full_fwd_set>};
+constexpr Setting protect_setting = {.path = "ports.protected",
+                                     .words = "protected ports",
+                                     .calls = "eth_protect_set",
+                                     .commands = "protect set {in} on\nprotect set {out} off",
+                                     .accepts = accepted::ports,
+                                     .read = read_ports<eth_protect_get>,
+                                     .write = write_ports<eth_protect_set>};
+constexpr Setting settings[] = {protect_setting, age_setting, bpdu_setting, mcast_setting, bin_full_setting};
+
 Report show_aging(const Arguments &)
 {
-    uint32_t age = 0;
-    check(eth_l2_age_timer_get(&age), "read the age time");
-    age &= last_age_time;
+    const auto [enabled, time] = aging();
     return record({{"enabled", "aging"}, {"age_time", "age time"}},
-                  {{"enabled", age != 0}, {"age_time", age}});
+                  {{"enabled", enabled}, {"age_time", time}});
 }
 
 Report set_aging(const Arguments &arguments)
 {
-    const auto time = arguments["TIME"].get<uint32_t>();
-    check(eth_l2_age_timer_set(time), "set the age time");
-    return changed(time == 0 ? "aging off" : fmt::format("aging on, age time {}", time),
+    const Json &time = arguments["TIME"];
+    change(age_setting, 0, time);
+    return changed(time == 0 ? "aging off" : fmt::format("aging on, age time {}", time.dump()),
                    show_aging(arguments));
 }
 
 Report show_mcast(const Arguments &)
 {
     uint32_t learning = 0;
-    uint32_t control = 0;
     check(eth_learn_mcast_get(&learning), "read multicast learning");
-    check(eth_mcast_ctrl_get(&control), "read the multicast control register");
     return record({{"learning", "multicast learning"}, {"control", "multicast control register"}},
-                  {{"learning", learning == 1}, {"control", hex(control, 8)}});
+                  {{"learning", learning == 1}, {"control", shown(mcast_setting)}});
 }
 
 Report set_mcast_learning(const Arguments &arguments)
@@ -47,32 +122,28 @@ Report set_mcast_learning(const Arguments &arguments)
 
 Report set_mcast_control(const Arguments &arguments)
 {
-    const auto value = arguments["VALUE"].get<uint32_t>();
-    check(eth_mcast_ctrl_set(value), "write the multicast control register");
-    return changed(fmt::format("multicast control register {}", hex(value, 8)), show_mcast(arguments));
+    const std::string value = hex(arguments["VALUE"].get<uint32_t>(), 8);
+    change(mcast_setting, 0, value);
+    return changed(fmt::format("multicast control register {}", value), show_mcast(arguments));
 }
 
 Report show_bpdu(const Arguments &)
 {
-    Mac mac{};
-    check(eth_l2_bpdu_get(only_bpdu_address, mac.data()), "read the BPDU address");
-    return record({{"bpdu_address", "BPDU address"}}, {{"bpdu_address", from_mac(mac.data())}});
+    return record({{"bpdu_address", "BPDU address"}}, {{"bpdu_address", shown(bpdu_setting)}});
 }
 
 Report set_bpdu(const Arguments &arguments)
 {
-    const Json &mac = arguments["MAC"];
-    check(eth_l2_bpdu_set(only_bpdu_address, to_mac(mac).data()), "set the BPDU address");
-    return changed(fmt::format("BPDU address {}", mac.get<std::string>()), show_bpdu(arguments));
+    const Json &address = arguments["MAC"];
+    change(bpdu_setting, 0, address);
+    return changed(fmt::format("BPDU address {}", in_words(address)), show_bpdu(arguments));
 }
+
+Json protection_of(uint32_t port) { return {{"protected", read_flag<eth_protect_get>(port)}}; }
 
 Report show_protection(const Arguments &arguments)
 {
-    return port_table(arguments, {{"protected", "protected"}}, [](uint32_t port) {
-        uint32_t enabled = 0;
-        check(eth_protect_get(port, &enabled), fmt::format("read the protection of port {}", port));
-        return Json{{"protected", enabled == 1}};
-    });
+    return port_table(arguments, {{"protected", "protected"}}, protection_of);
 }
 
 Report set_protection(const Arguments &arguments)
@@ -80,11 +151,20 @@ Report set_protection(const Arguments &arguments)
     const bool on = arguments["STATE"].get<bool>();
     return set_ports(arguments, fmt::format("protection {}", on_or_off(on)), [=](uint32_t port) {
         check(eth_protect_set(port, on), fmt::format("set the protection of port {}", port));
-        return Json{{"protected", on}};
+        return protection_of(port);
     });
 }
 
 } // namespace
+
+Settings l2_settings() { return settings; }
+
+Json read_bin_full_forwarding(uint32_t)
+{
+    uint32_t word = 0;
+    eth_arl_bin_full_fwd_get(&word);
+    return word > 1 ? Json(fmt::format("code {}, unknown", word)) : Json(word == 1);
+}
 
 Family aging_family()
 {

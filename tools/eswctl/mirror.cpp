@@ -6,68 +6,129 @@
 #include <fmt/format.h>
 
 #include "eswctl/families.h"
+#include "eswctl/settings.h"
 
 namespace eswctl {
 namespace {
 
-struct Direction {
-    const char *name;
-    int32_t number;
-    int32_t (*set_port)(uint32_t port, int32_t enable);
-    int32_t (*get_port)(uint32_t port, uint32_t *enable);
-};
-constexpr Direction directions[] = {
-    {"ingress", ETH_MIRROR_INGRESS, eth_mirror_ingress_set, eth_mirror_ingress_get},
-    {"egress", ETH_MIRROR_EGRESS, eth_mirror_egress_set, eth_mirror_egress_get},
-};
-
 constexpr int32_t last_divider = 0xFFFF;
 constexpr uint64_t last_filter = 2;
 
-const Direction *find_direction(const Json &word)
+constexpr Instance directions[] = {{"ingress", ETH_MIRROR_INGRESS}, {"egress", ETH_MIRROR_EGRESS}};
+
+Json read_mirrored(uint32_t direction)
 {
-    const Direction *found =
-        std::ranges::find_if(directions, [&](const Direction &d) { return word == d.name; });
-    return found == std::end(directions) ? nullptr : found;
+    return direction == ETH_MIRROR_INGRESS ? read_ports<eth_mirror_ingress_get>(0)
+                                           : read_ports<eth_mirror_egress_get>(0);
 }
 
-Json mirrored_ports(const Direction &direction)
+int32_t write_mirrored(uint32_t direction, const Json &ports)
 {
-    Json ports = Json::array();
-    for (const uint32_t port : all_ports) {
-        uint32_t mirrored = 0;
-        check(direction.get_port(port, &mirrored), "read the mirrored ports");
-        if (mirrored)
-            ports.push_back(port);
-    }
-    return ports;
+    return direction == ETH_MIRROR_INGRESS ? write_ports<eth_mirror_ingress_set>(0, ports)
+                                           : write_ports<eth_mirror_egress_set>(0, ports);
 }
 
-Json state_of(const Direction &direction)
+// The divider can be read while it is on only.
+Json read_divider(uint32_t direction)
 {
-    uint32_t filter = 0;
     uint32_t divided = 0;
     uint32_t divider = 0;
-    Mac mac{};
-    check(eth_mirror_filter_get(direction.number, &filter), "read the filter");
-    check(eth_mirror_div_get(direction.number, &divided, &divider), "read the divider");
-    check(eth_mirror_mac_get(direction.number, mac.data()), "read the filter's MAC");
+    eth_mirror_div_get(static_cast<int32_t>(direction), &divided, &divider);
+    return divided == 1 ? Json(divider) : Json("off");
+}
+
+int32_t write_divider(uint32_t direction, const Json &divider)
+{
+    const bool on = divider.is_number();
+    return eth_mirror_div_set(static_cast<int32_t>(direction), on, on ? divider.get<int32_t>() : 0);
+}
+
+Json read_mac(uint32_t direction)
+{
+    Mac address{};
+    eth_mirror_mac_get(static_cast<int32_t>(direction), address.data());
+    return from_mac(address.data());
+}
+
+int32_t write_mac(uint32_t direction, const Json &address)
+{
+    return eth_mirror_mac_set(static_cast<int32_t>(direction), to_mac(address).data());
+}
+
+constexpr Setting to_setting = {.path = "mirror.to",
+                                .words = "capture port",
+                                .calls = "eth_mirror_to_set",
+                                .commands = "mirror to {value}",
+                                .accepts = accepted::port,
+                                .read = read_value<eth_mirror_to_get>,
+                                .write = write_value<eth_mirror_to_set>};
+constexpr Setting mac_setting = {.path = "mirror.{}.mac",
+                                 .words = "{} mirroring: filter MAC",
+                                 .each = directions,
+                                 .calls = "eth_mirror_mac_set",
+                                 .commands = "mirror set {instance} --mac {value}",
+                                 .accepts = accepted::mac,
+                                 .read = read_mac,
+                                 .write = write_mac};
+constexpr Setting filter_setting = {.path = "mirror.{}.filter",
+                                    .words = "{} mirroring: filter",
+                                    .each = directions,
+                                    .calls = "eth_mirror_filter_set",
+                                    .commands = "mirror set {instance} --filter {value}",
+                                    .accepts = accepted::integer<0, last_filter>,
+                                    .read = read_value<eth_mirror_filter_get>,
+                                    .write = write_value<eth_mirror_filter_set>};
+constexpr Setting divider_setting = {
+    .path = "mirror.{}.divider",
+    .words = "{} mirroring: divider",
+    .each = directions,
+    .calls = "eth_mirror_div_set",
+    .commands = "mirror set {instance} --divider {value}",
+    .accepts =
+        [](uint32_t) {
+            return either_form({constant_form("off"), integer_form(0, last_divider)});
+        },
+    .read = read_divider,
+    .write = write_divider};
+constexpr Setting ports_setting = {.path = "mirror.{}.ports",
+                                   .words = "{} mirroring: ports",
+                                   .each = directions,
+                                   .calls = "eth_mirror_ingress_set eth_mirror_egress_set",
+                                   .commands = "mirror set {instance} --ports {value}",
+                                   .accepts = accepted::ports,
+                                   .read = read_mirrored,
+                                   .write = write_mirrored};
+// Last: all the rest is in place then.
+constexpr Setting enabled_setting = {.path = "mirror.enabled",
+                                     .words = "mirroring",
+                                     .calls = "eth_mirror_mode_set",
+                                     .commands = "mirror {value}",
+                                     .accepts = accepted::flag,
+                                     .read = read_flag<eth_mirror_mode_get>,
+                                     .write = write_flag<eth_mirror_mode_set>};
+constexpr Setting settings[] = {to_setting,      mac_setting,   filter_setting,
+                                divider_setting, ports_setting, enabled_setting};
+
+uint32_t direction_of(const std::string &word)
+{
+    return word == directions[0].name ? directions[0].number : directions[1].number;
+}
+
+Json state_of(const Instance &direction)
+{
+    const Json divider = divider_setting.read(direction.number);
     return {{"direction", direction.name},
-            {"ports", mirrored_ports(direction)},
-            {"filter", filter},
-            {"divider", divided ? Json(divider) : Json()},
-            {"mac", from_mac(mac.data())}};
+            {"ports", ports_setting.read(direction.number)},
+            {"filter", filter_setting.read(direction.number)},
+            {"divider", divider.is_number() ? divider : Json()},
+            {"mac", mac_setting.read(direction.number)}};
 }
 
 Report state()
 {
-    uint32_t enabled = 0;
-    uint32_t capture_port = 0;
-    check(eth_mirror_mode_get(&enabled), "read whether mirroring is on");
-    check(eth_mirror_to_get(&capture_port), "read the capture port");
     Report report = record({{"enabled", "enabled"}, {"to", "capture port"}},
-                           {{"enabled", enabled == 1}, {"to", capture_port}});
-    for (const Direction &direction : directions)
+                           {{"enabled", shown(enabled_setting)}, {"to", shown(to_setting)}});
+    for (const Instance &direction : directions)
         report.value["directions"].push_back(state_of(direction));
     report.sections.push_back({"directions",
                                {{"direction", "direction"},
@@ -78,23 +139,16 @@ Report state()
     return report;
 }
 
-void mirror_ports(const Direction &direction, const Json &ports)
-{
-    const uint32_t set = to_port_set(ports);
-    for (const uint32_t port : all_ports)
-        check(direction.set_port(port, (set >> port & 1) != 0), "set the mirrored ports");
-}
-
 // Switched on last, when all the rest is in place.
 Report mirror_to(const Arguments &arguments)
 {
     const auto ports =
         ports_by_word(arguments["DIRECTIONS"], "",
                       "DIRECTIONS: use ingress PORTS, egress PORTS or both, as in ingress 0,1 egress 1");
-    check(eth_mirror_to_set(arguments["PORT"].get<uint32_t>()), "set the capture port");
+    change(to_setting, 0, arguments["PORT"]);
     for (const auto &[direction, set] : ports)
-        mirror_ports(*find_direction(direction), set);
-    check(eth_mirror_mode_set(1), "switch mirroring on");
+        change(ports_setting, direction_of(direction), set);
+    change(enabled_setting, 0, true);
     return changed(fmt::format("mirroring to port {} on", arguments["PORT"].dump()), state());
 }
 
@@ -111,34 +165,29 @@ Kind divider_or_off()
 
 Report set(const Arguments &arguments)
 {
-    const Direction &direction = *find_direction(arguments["DIRECTION"]);
-    const Json &ports = arguments["--ports"];
-    const Json &filter = arguments["--filter"];
-    const Json &divider = arguments["--divider"];
-    const Json &mac = arguments["--mac"];
-    if (ports.is_null() && filter.is_null() && divider.is_null() && mac.is_null())
+    const auto direction = arguments["DIRECTION"].get<std::string>();
+    const std::pair<const char *, const Setting &> options[] = {{"--mac", mac_setting},
+                                                                {"--filter", filter_setting},
+                                                                {"--divider", divider_setting},
+                                                                {"--ports", ports_setting}};
+    if (std::ranges::all_of(options, [&](const auto &option) { return arguments[option.first].is_null(); }))
         throw UsageError{"nothing to set; use --ports, --filter, --divider or --mac"};
-    if (!mac.is_null())
-        check(eth_mirror_mac_set(direction.number, to_mac(mac).data()), "set the filter's MAC");
-    if (!filter.is_null())
-        check(eth_mirror_filter_set(static_cast<uint32_t>(direction.number), filter.get<uint32_t>()),
-              "set the filter");
-    if (!divider.is_null())
-        check(eth_mirror_div_set(direction.number, divider.is_number(),
-                                 divider.is_number() ? divider.get<int32_t>() : 0),
-              "set the divider");
-    if (!ports.is_null())
-        mirror_ports(direction, ports);
-    return changed(fmt::format("{} mirroring set", direction.name), state());
+    for (const auto &[option, setting] : options) {
+        if (!arguments[option].is_null())
+            change(setting, direction_of(direction), arguments[option]);
+    }
+    return changed(fmt::format("{} mirroring set", direction), state());
 }
 
 Report switch_mirroring(bool on)
 {
-    check(eth_mirror_mode_set(on), "switch mirroring");
+    change(enabled_setting, 0, on);
     return done(on ? "mirroring on" : "mirroring off", {{"enabled", on}});
 }
 
 } // namespace
+
+Settings mirror_settings() { return settings; }
 
 Family mirror_family()
 {

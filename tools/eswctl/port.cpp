@@ -1,59 +1,173 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // port: what a port lets through.
-#include "eswctl/port.h"
-
 #include <algorithm>
 
 #include <esw.h>
 #include <fmt/format.h>
 
 #include "eswctl/families.h"
+#include "eswctl/settings.h"
 
 namespace eswctl {
 namespace {
 
 constexpr uint32_t stg = 0; // the library does not use it
+constexpr uint32_t cpu_port = 8;
+constexpr uint32_t largest_frame = 9720; // bytes
 
-Json stp_state(uint32_t port)
-{
-    int32_t state = 0;
-    if (eth_stg_stp_get(stg, port, &state) != ETH_E_NONE)
-        return nullptr;
-    const auto number = static_cast<size_t>(state);
-    return number < stp_states.size() ? Json(stp_states[number]) : Json(fmt::format("unknown ({})", state));
-}
+// In the order of the library's numbers 0 to 4.
+const std::vector<std::string> stp_states = {"disabled", "blocking", "listening", "learning", "forwarding"};
 
-Json mac_halves(uint32_t port)
+Json read_mac(uint32_t port)
 {
     int32_t bit1 = 0;
     int32_t bit0 = 0;
-    if (ethHw_mac_enable_get(port, &bit1, &bit0) != ETH_E_NONE)
-        return {{"mac_bit1", nullptr}, {"mac_bit0", nullptr}};
-    return {{"mac_bit1", bit1 == 1}, {"mac_bit0", bit0 == 1}};
+    ethHw_mac_enable_get(port, &bit1, &bit0);
+    return {{"bit1", bit1 == 1}, {"bit0", bit0 == 1}};
 }
 
-int32_t read_frame_max(uint32_t port)
+int32_t write_mac(uint32_t port, const Json &halves)
 {
-    int32_t size = 0;
-    check(eth_port_frame_max_get(port, &size), fmt::format("read the frame size of port {}", port));
-    return size;
+    return ethHw_mac_enable_set(port, halves["bit1"].get<bool>(), halves["bit0"].get<bool>());
+}
+
+Json read_stp_state(uint32_t port)
+{
+    int32_t state = 0;
+    eth_stg_stp_get(stg, port, &state);
+    const auto number = static_cast<size_t>(state);
+    return number < stp_states.size() ? Json(stp_states[number])
+                                      : Json(fmt::format("code {}, unknown", state + 1));
+}
+
+int32_t write_stp_state(uint32_t port, const Json &state)
+{
+    const auto found = std::ranges::find(stp_states, state.get<std::string>());
+    return eth_stg_stp_set(stg, port, static_cast<uint32_t>(found - stp_states.begin()));
+}
+
+// Port 8 has a field of two bits. Enabling makes it 1, disabling clears its lower bit; the upper one is what
+// the library reads, and nothing but enabling clears it.
+constexpr uint8_t cpu_control_page = 0x02;
+constexpr uint8_t cpu_control_offset = 0x00;
+constexpr unsigned cpu_field_position = 6;
+
+Json read_switched(uint32_t)
+{
+    constexpr const char *states[] = {"off", "on", "off", "code 3, unknown"};
+    return states[esw_reg_read32(cpu_control_page, cpu_control_offset, 8) >> cpu_field_position & 3];
+}
+
+int32_t write_switched(uint32_t port, const Json &state)
+{
+    return ethHw_port_enable_set(port, state == "on");
+}
+
+// One register holds the size of all ports that are not at the largest one.
+std::string two_frame_sizes(const Json &document)
+{
+    std::string first;
+    Json size;
+    for (const Instance &port : each_port) {
+        const std::string path = fmt::format("/ports/port{}/frame_max", port.name);
+        const Json other = document.value(Json::json_pointer(path), Json());
+        if (other.is_null() || other == largest_frame)
+            continue;
+        if (!size.is_null() && size != other)
+            return fmt::format(
+                "ports.port{}.frame_max is {}, and that of port {} is {}: ports that are not at "
+                "{} share one size",
+                port.name, other.dump(), first, size.dump(), largest_frame);
+        size = other;
+        first = port.name;
+    }
+    return "";
+}
+
+constexpr Setting mac_setting = {.path = "ports.port{}.mac",
+                                 .words = "port {}: MAC",
+                                 .each = each_phy_port,
+                                 .calls = "ethHw_mac_enable_set ethHw_port_enable_set",
+                                 .commands = "port mac {instance} --bit1 {bit1} --bit0 {bit0}",
+                                 .accepts =
+                                     [](uint32_t) {
+                                         return record_form({{"bit1", flag_form()}, {"bit0", flag_form()}});
+                                     },
+                                 .read = read_mac,
+                                 .write = write_mac};
+constexpr Setting stp_setting = {.path = "ports.port{}.stp_state",
+                                 .words = "port {}: STP state",
+                                 .each = each_phy_port,
+                                 .calls = "eth_stg_stp_set",
+                                 .commands = "port stp {instance} {value}",
+                                 .accepts = [](uint32_t) { return words_form(stp_states); },
+                                 .read = read_stp_state,
+                                 .write = write_stp_state};
+constexpr Setting switched_setting = {.path = "ports.port{}.switched",
+                                      .words = "port {}: switched",
+                                      .each = cpu_port_only,
+                                      .calls = "ethHw_port_enable_set",
+                                      .commands = "on: port enable {instance}|off: port disable {instance}",
+                                      .accepts =
+                                          [](uint32_t) {
+                                              return words_form({"on", "off"});
+                                          },
+                                      .read = read_switched,
+                                      .write = write_switched};
+constexpr Setting frame_setting = {.path = "ports.port{}.frame_max",
+                                   .words = "port {}: frame max",
+                                   .each = each_port,
+                                   .calls = "eth_port_frame_max_set",
+                                   .commands = "port frame-max {instance} {value}",
+                                   .accepts =
+                                       [](uint32_t) {
+                                           return numbers_form({1518, 2000, largest_frame});
+                                       },
+                                   .read = read_value<eth_port_frame_max_get>,
+                                   .write = write_value<eth_port_frame_max_set>,
+                                   .conflict = two_frame_sizes};
+constexpr Setting settings[] = {mac_setting, stp_setting, switched_setting, frame_setting};
+
+Json mac_halves(uint32_t port)
+{
+    if (port == cpu_port)
+        return {{"mac_bit1", nullptr}, {"mac_bit0", nullptr}};
+    const Json halves = read_mac(port);
+    return {{"mac_bit1", halves["bit1"]}, {"mac_bit0", halves["bit0"]}};
+}
+
+Json stp_state(uint32_t port)
+{
+    return {{"stp_state", port == cpu_port ? Json() : shown(stp_setting, port)}};
+}
+
+Json frame_max_of(uint32_t port) { return {{"frame_max", frame_setting.read(port)}}; }
+
+Json switched(uint32_t port)
+{
+    if (port == cpu_port)
+        return shown(switched_setting, port);
+    const Json halves = read_mac(port);
+    if (halves["bit1"] != halves["bit0"])
+        return "in part";
+    return on_or_off(halves["bit1"].get<bool>());
 }
 
 Json state_of(uint32_t port)
 {
     int32_t enabled = 0;
     check(ethHw_port_enable_get(port, &enabled), fmt::format("read the state of port {}", port));
-    Json row = {{"enabled", enabled == 1}};
-    row.update(mac_halves(port));
-    row["stp_state"] = stp_state(port);
-    row["frame_max"] = read_frame_max(port);
+    Json row = {{"switched", switched(port)}, {"enabled", enabled == 1}};
+    for (const auto part : {mac_halves, stp_state, frame_max_of})
+        row.update(part(port));
     return row;
 }
 
 Report show(const Arguments &arguments)
 {
     return port_table(arguments,
-                      {{"enabled", "enabled"},
+                      {{"switched", "switched"},
+                       {"enabled", "reads as enabled"},
                        {"mac_bit1", "MAC bit 1"},
                        {"mac_bit0", "MAC bit 0"},
                        {"stp_state", "STP state"},
@@ -87,42 +201,29 @@ Report mac(const Arguments &arguments)
             halves["mac_bit1"] = bit1;
         if (!bit0.is_null())
             halves["mac_bit0"] = bit0;
-        check(ethHw_mac_enable_set(port, halves["mac_bit1"].get<bool>(), halves["mac_bit0"].get<bool>()),
-              fmt::format("switch the MAC of port {}", port));
+        change(mac_setting, port, {{"bit1", halves["mac_bit1"]}, {"bit0", halves["mac_bit0"]}});
         return halves;
     });
 }
 
 Report stp(const Arguments &arguments)
 {
-    const Json &state = arguments["STATE"];
-    if (state.is_null())
-        return port_table(arguments, {{"stp_state", "STP state"}}, [](uint32_t port) {
-            return Json{{"stp_state", stp_state(port)}};
-        });
-    const auto found = std::ranges::find(stp_states, state.get<std::string>());
-    return set_ports(arguments, fmt::format("STP state {}", *found), [&](uint32_t port) {
-        check(eth_stg_stp_set(stg, port, static_cast<uint32_t>(found - stp_states.begin())),
-              fmt::format("set the STP state of port {}", port));
-        return Json{{"stp_state", *found}};
-    });
+    return show_or_set(stp_setting, arguments, "STATE", {"stp_state", "STP state"}, stp_state);
 }
 
 Report frame_max(const Arguments &arguments)
 {
     const Json &bytes = arguments["BYTES"];
-    if (bytes.is_null())
-        return port_table(arguments, {{"frame_max", "frame max", "bytes"}}, [](uint32_t port) {
-            return Json{{"frame_max", read_frame_max(port)}};
-        });
-    return set_ports(arguments, fmt::format("frame max {} bytes", bytes.dump()), [&](uint32_t port) {
-        check(eth_port_frame_max_set(port, bytes.get<uint32_t>()),
-              fmt::format("set the frame size of port {}", port));
-        return Json{{"frame_max", read_frame_max(port)}};
-    });
+    Report report =
+        show_or_set(frame_setting, arguments, "BYTES", {"frame_max", "frame max", "bytes"}, frame_max_of);
+    if (!bytes.is_null() && bytes != largest_frame)
+        report.sentence += fmt::format("; so have all ports that are not at {} bytes", largest_frame);
+    return report;
 }
 
 } // namespace
+
+Settings port_settings() { return settings; }
 
 Family port_family()
 {
@@ -134,7 +235,8 @@ Family port_family()
         "Switch ports, their MACs and spanning-tree states; frame size",
         {
             {"port show",
-             "Show the state of ports; for port 8, a bit of the switch that enable and disable do not set",
+             "Show the state of ports: what enable and disable have set, and whether the library reads them "
+             "as enabled",
              {ports_to_show(any_ports())},
              show},
             {"port enable", "Switch ports on", {several}, [](const Arguments &a) { return enable(a, true); }},

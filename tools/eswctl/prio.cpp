@@ -4,23 +4,46 @@
 #include <fmt/format.h>
 
 #include "eswctl/families.h"
+#include "eswctl/settings.h"
 
 namespace eswctl {
 namespace {
 
 constexpr uint8_t priorities = 8;
 
+Json read_replacement(uint32_t port, size_t priority)
+{
+    uint8_t replacement = 0;
+    eth_prio_remap_get(port, static_cast<uint8_t>(priority), &replacement);
+    return replacement;
+}
+
+int32_t write_replacement(uint32_t port, size_t priority, const Json &replacement)
+{
+    return eth_prio_remap_set(port, static_cast<uint8_t>(priority), replacement);
+}
+
+constexpr Setting map_setting = {.path = "qos.port{}.priority_map",
+                                 .words = "port {}: replacement of priority",
+                                 .each = each_port,
+                                 .calls = "eth_prio_remap_set",
+                                 .commands = "each: prio remap set {instance} {index} {value}",
+                                 .accepts = accepted::integers<priorities, 0, priorities - 1>,
+                                 .read = read_each<read_replacement, priorities>,
+                                 .write = write_each<write_replacement>};
+constexpr Setting remap_setting = {.path = "qos.priority_remap",
+                                   .words = "ports that replace priorities",
+                                   .calls = "eth_prio_remap_enable_set",
+                                   .commands = "prio remap enable {in} on\nprio remap enable {out} off",
+                                   .accepts = accepted::ports,
+                                   .read = read_ports<eth_prio_remap_enable_get>,
+                                   .write = write_ports<eth_prio_remap_enable_set>};
+constexpr Setting settings[] = {map_setting, remap_setting};
+
 Json remapping_of(uint32_t port)
 {
-    uint32_t on = 0;
-    check(eth_prio_remap_enable_get(port, &on), "read the state of the remapping");
-    Json map = Json::array();
-    for (uint8_t priority = 0; priority < priorities; ++priority) {
-        uint8_t replacement = 0;
-        check(eth_prio_remap_get(port, priority, &replacement), "read the remapping");
-        map.push_back(replacement);
-    }
-    return {{"remapping", on == 1}, {"new_priorities", std::move(map)}};
+    return {{"remapping", read_flag<eth_prio_remap_enable_get>(port)},
+            {"new_priorities", map_setting.read(port)}};
 }
 
 Report show(const Arguments &arguments)
@@ -59,6 +82,8 @@ Report init(const Arguments &)
 }
 
 } // namespace
+
+Settings priority_settings() { return settings; }
 
 Family priority_family()
 {

@@ -7,15 +7,17 @@
 #include <fmt/format.h>
 
 #include "eswctl/families.h"
+#include "eswctl/settings.h"
 
 namespace eswctl {
 namespace {
 
 constexpr uint32_t every_port = 0xFFFFFFFF; // how the library names the one DSCP map
 constexpr uint32_t unused = 0;
-constexpr uint32_t by_dscp = 2;
+constexpr int32_t by_dscp = 2;
 constexpr uint32_t no_mode = 0xFF;
-constexpr unsigned classes = 8; // as many as there are priorities, and queues of a port
+constexpr size_t dscps = 64;
+constexpr size_t classes = 8; // as many as there are priorities, and queues of a port
 
 const Arguments every_port_shown = {{"PORT", all_ports}};
 
@@ -39,17 +41,190 @@ void require_class_b()
         throw Refused{"the switch is of class A: its ports have no queues and classes; see eswctl qos cosq"};
 }
 
-// The results of one call for 0 to 7.
-Json for_each_class(const std::function<int32_t(uint32_t number, uint32_t *value)> &get)
+// ---- Settings
+
+template <auto get>
+Json read_indexed(uint32_t port, size_t index)
 {
-    Json values = Json::array();
-    for (uint32_t number = 0; number < classes; ++number) {
-        uint32_t value = 0;
-        check(get(number, &value), "read the queues and classes");
-        values.push_back(value);
-    }
-    return values;
+    uint32_t value = 0;
+    get(port, static_cast<uint32_t>(index), &value);
+    return value;
 }
+
+template <auto set>
+int32_t write_indexed(uint32_t port, size_t index, const Json &value)
+{
+    return set(port, static_cast<uint32_t>(index), value);
+}
+
+Json read_queue(uint32_t, size_t priority)
+{
+    uint32_t queue = 0;
+    eth_cosq_mapping_get(static_cast<int32_t>(priority), &queue);
+    return queue;
+}
+
+int32_t write_queue(uint32_t, size_t priority, const Json &queue)
+{
+    return eth_cosq_mapping_set(static_cast<int32_t>(priority), queue);
+}
+
+Json read_dscp(uint32_t, size_t dscp)
+{
+    uint32_t tc = 0;
+    eth_cosq_port_dscp2tc_get(every_port, static_cast<int32_t>(dscp), unused, &tc);
+    return tc;
+}
+
+int32_t write_dscp(uint32_t, size_t dscp, const Json &tc)
+{
+    return eth_cosq_port_dscp2tc_set(every_port, static_cast<int32_t>(dscp), unused, tc);
+}
+
+using SwitchWeights = std::array<int32_t, 4>;
+constexpr SwitchWeights equal_weights = {1, 1, 1, 1};
+constexpr uint32_t equal_mode = 2; // the weights are 1 each
+constexpr uint32_t weighted_mode = 3;
+
+Json read_switch_scheduler(uint32_t)
+{
+    uint32_t mode = 0;
+    std::array<uint32_t, 4> weights{};
+    eth_cosq_sched_get(&mode, weights.data());
+    return mode == weighted_mode ? Json{{"mode", mode}, {"weights", weights}} : Json{{"mode", mode}};
+}
+
+int32_t write_switch_scheduler(uint32_t, const Json &scheduler)
+{
+    const auto weights = scheduler.value("weights", SwitchWeights{});
+    return eth_cosq_sched_set(scheduler["mode"], weights.data());
+}
+
+Form switch_scheduler_form(uint32_t)
+{
+    return either_form({record_form({{"mode", numbers_form({1, equal_mode})}}),
+                        record_form({{"mode", constant_form(weighted_mode)},
+                                     {"weights", array_form(4, integer_form(0, 255))}})});
+}
+
+// The switch holds a weight of 256 as 0.
+using Weights = std::array<int32_t, classes>;
+
+Json read_port_scheduler(uint32_t port)
+{
+    uint32_t mode = 0;
+    Weights weights{};
+    eth_cosq_port_sched_get(port, &mode, weights.data());
+    std::ranges::replace(weights, 0, 256);
+    return {{"mode", mode}, {"weights", weights}};
+}
+
+int32_t write_port_scheduler(uint32_t port, const Json &scheduler)
+{
+    return eth_cosq_port_sched_set(port, scheduler["mode"], scheduler["weights"].get<Weights>().data());
+}
+
+Form port_scheduler_form(uint32_t)
+{
+    return record_form(
+        {{"mode", numbers_form({1, 3, 7})}, {"weights", array_form(classes, integer_form(1, 256))}});
+}
+
+constexpr Setting queues_setting = {.path = "qos.queue_map",
+                                    .words = "queue of priority",
+                                    .devices = Devices::class_a,
+                                    .calls = "eth_cosq_mapping_set",
+                                    .commands = "each: qos cosq map {index} {value}",
+                                    .accepts = accepted::integers<classes, 0, 3>,
+                                    .read = read_each<read_queue, classes>,
+                                    .write = write_each<write_queue>};
+constexpr Setting switch_scheduler_setting = {
+    .path = "qos.scheduler",
+    .words = "scheduler",
+    .devices = Devices::class_a,
+    .calls = "eth_cosq_sched_set",
+    .commands = "qos cosq scheduler {mode} --weights {weights}|qos cosq scheduler {mode}",
+    .accepts = switch_scheduler_form,
+    .read = read_switch_scheduler,
+    .write = write_switch_scheduler,
+    .settled = [](uint32_t, const Json &scheduler) {
+        return scheduler.value("weights", SwitchWeights{}) == equal_weights ? Json{{"mode", equal_mode}}
+                                                                            : scheduler;
+    }};
+constexpr Setting sources_setting = {.path = "qos.port{}.class_sources",
+                                     .words = "port {}: class source",
+                                     .each = each_port,
+                                     .devices = Devices::class_b,
+                                     .calls = "eth_cosq_port_tc_src_set",
+                                     .commands = "each: qos port class-source {instance} {index} {value}",
+                                     .accepts = accepted::integers<classes, 0, 3>,
+                                     .read = read_each<read_indexed<eth_cosq_port_tc_src_get>, classes>,
+                                     .write = write_each<write_indexed<eth_cosq_port_tc_src_set>>};
+constexpr Setting port_queues_setting = {.path = "qos.port{}.class_queues",
+                                         .words = "port {}: queue of TC",
+                                         .each = each_port,
+                                         .devices = Devices::class_b,
+                                         .calls = "eth_cosq_port_mapping_set",
+                                         .commands = "each: qos port queue {instance} {index} {value}",
+                                         .accepts = accepted::integers<classes, 0, 7>,
+                                         .read = read_each<read_indexed<eth_cosq_port_mapping_get>, classes>,
+                                         .write = write_each<write_indexed<eth_cosq_port_mapping_set>>};
+constexpr Setting drops_setting = {.path = "qos.port{}.class_drops",
+                                   .words = "port {}: drop flag of TC",
+                                   .each = each_port,
+                                   .devices = Devices::class_b,
+                                   .calls = "eth_cosq_port_mapping_tc_drop_set",
+                                   .commands = "each: qos port drop {instance} {index} {switch}",
+                                   .accepts = accepted::integers<classes, 0, 1>,
+                                   .read =
+                                       read_each<read_indexed<eth_cosq_port_mapping_tc_drop_get>, classes>,
+                                   .write = write_each<write_indexed<eth_cosq_port_mapping_tc_drop_set>>};
+constexpr Setting port_scheduler_setting = {.path = "qos.port{}.scheduler",
+                                            .words = "port {}: scheduler",
+                                            .each = each_port,
+                                            .devices = Devices::class_b,
+                                            .calls = "eth_cosq_port_sched_set",
+                                            .commands =
+                                                "qos port scheduler {instance} {mode} --weights {weights}",
+                                            .accepts = port_scheduler_form,
+                                            .read = read_port_scheduler,
+                                            .write = write_port_scheduler};
+constexpr Setting default_class_setting = {.path = "qos.port{}.default_class",
+                                           .words = "port {}: default TC",
+                                           .each = each_port,
+                                           .devices = Devices::class_b,
+                                           .calls = "eth_cosq_port2tc_set",
+                                           .commands = "qos port default-class {instance} {value}",
+                                           .accepts = accepted::integer<0, 7>,
+                                           .read = read_value<eth_cosq_port2tc_get>,
+                                           .write = write_value<eth_cosq_port2tc_set>};
+constexpr Setting cos_setting = {.path = "qos.cos",
+                                 .words = "ports with CoS",
+                                 .calls = "eth_cosq_enable_set",
+                                 .commands = "qos cosq enable {in} on\nqos cosq enable {out} off",
+                                 .accepts = accepted::ports,
+                                 .read = read_ports<eth_cosq_enable_get>,
+                                 .write = write_ports<eth_cosq_enable_set>};
+constexpr Setting dscp_ports_setting = {.path = "qos.dscp",
+                                        .words = "ports that classify by DSCP",
+                                        .calls = "eth_cosq_port_dscp2tc_mode_set",
+                                        .commands =
+                                            "qos port dscp-mode {in} on\nqos port dscp-mode {out} off",
+                                        .accepts = accepted::ports,
+                                        .read = read_ports<eth_cosq_port_dscp2tc_mode_get>,
+                                        .write = write_ports<eth_cosq_port_dscp2tc_mode_set, by_dscp>};
+constexpr Setting dscp_setting = {.path = "qos.dscp_classes",
+                                  .words = "TC of DSCP",
+                                  .calls = "eth_cosq_port_dscp2tc_set",
+                                  .commands = "each: qos port dscp-map set {index} {value}",
+                                  .accepts = accepted::integers<dscps, 0, 7>,
+                                  .read = read_each<read_dscp, dscps>,
+                                  .write = write_each<write_dscp>};
+constexpr Setting settings[] = {
+    sources_setting, port_queues_setting, drops_setting, port_scheduler_setting, default_class_setting,
+    cos_setting,     dscp_ports_setting,  dscp_setting,  queues_setting,         switch_scheduler_setting};
+
+// ---- Commands
 
 // What class A has for the whole switch.
 Json scheduler_of_switch()
@@ -57,11 +232,7 @@ Json scheduler_of_switch()
     uint32_t mode = 0;
     std::array<uint32_t, 4> weights{};
     check(eth_cosq_sched_get(&mode, weights.data()), "read the scheduler");
-    Json value = {{"scheduler_mode", mode}, {"weights", weights}};
-    value["queues"] = for_each_class([](uint32_t priority, uint32_t *queue) {
-        return eth_cosq_mapping_get(static_cast<int32_t>(priority), queue);
-    });
-    return value;
+    return {{"scheduler_mode", mode}, {"weights", weights}, {"queues", queues_setting.read(0)}};
 }
 
 const Section scheduler_section = {"",
@@ -69,12 +240,7 @@ const Section scheduler_section = {"",
                                     {"weights", "weights of queues 0 to 3"},
                                     {"queues", "queues of priorities 0 to 7"}}};
 
-Json cos_of(uint32_t port)
-{
-    uint32_t on = 0;
-    check(eth_cosq_enable_get(port, &on), fmt::format("read the CoS state of port {}", port));
-    return {{"cos", on == 1}};
-}
+Json cos_of(uint32_t port) { return {{"cos", read_flag<eth_cosq_enable_get>(port)}}; }
 
 Report show_cosq(const Arguments &)
 {
@@ -126,52 +292,24 @@ Report select_layer(const Arguments &arguments)
                 {{"layer", layer}});
 }
 
-Json drops_of(uint32_t port)
-{
-    Json dropped = Json::array();
-    const Json flags = for_each_class(
-        [=](uint32_t tc, uint32_t *flag) { return eth_cosq_port_mapping_tc_drop_get(port, tc, flag); });
-    for (unsigned tc = 0; tc < classes; ++tc) {
-        if (flags[tc] != 0)
-            dropped.push_back(tc);
-    }
-    return dropped;
-}
-
-using Weights = std::array<int32_t, classes>;
-
-// The switch holds a weight of 256 as 0. Null where the scheduler is in none of the library's modes.
-Json weights_of(uint32_t port, uint32_t &mode)
-{
-    Weights weights{};
-    check(eth_cosq_port_sched_get(port, &mode, weights.data()), "read the scheduler");
-    std::ranges::replace(weights, 0, 256);
-    return mode == no_mode ? Json() : Json(weights);
-}
-
-void append_class_b(Json &row, uint32_t port)
-{
-    uint32_t tc = 0;
-    uint32_t mode = 0;
-    check(eth_cosq_port2tc_get(port, &tc), "read the default class");
-    Json weights = weights_of(port, mode);
-    row["default_class"] = tc;
-    row["scheduler_mode"] = mode == no_mode ? Json() : Json(mode);
-    row["weights"] = std::move(weights);
-    row["queues"] = for_each_class(
-        [=](uint32_t number, uint32_t *queue) { return eth_cosq_port_mapping_get(port, number, queue); });
-    row["dropped_classes"] = drops_of(port);
-    row["class_sources"] = for_each_class(
-        [=](uint32_t index, uint32_t *source) { return eth_cosq_port_tc_src_get(port, index, source); });
-}
-
 Json classes_of(uint32_t port)
 {
-    uint32_t mode = 0;
-    check(eth_cosq_port_dscp2tc_mode_get(port, &mode), fmt::format("read the DSCP mode of port {}", port));
-    Json row = {{"by_dscp", mode == by_dscp}};
-    if (is_class_b())
-        append_class_b(row, port);
+    Json row = {{"by_dscp", read_flag<eth_cosq_port_dscp2tc_mode_get>(port)}};
+    if (is_class_a())
+        return row;
+    const Json scheduler = read_port_scheduler(port);
+    const bool has_mode = scheduler["mode"] != no_mode;
+    row["default_class"] = default_class_setting.read(port);
+    row["scheduler_mode"] = has_mode ? scheduler["mode"] : Json();
+    row["weights"] = has_mode ? scheduler["weights"] : Json();
+    row["queues"] = port_queues_setting.read(port);
+    row["dropped_classes"] = Json::array();
+    const Json drops = drops_setting.read(port);
+    for (size_t tc = 0; tc < classes; ++tc) {
+        if (drops[tc] != 0)
+            row["dropped_classes"].push_back(tc);
+    }
+    row["class_sources"] = sources_setting.read(port);
     return row;
 }
 
@@ -190,11 +328,10 @@ Report show_port(const Arguments &arguments) { return port_table(arguments, clas
 Report show_dscp_map(const Arguments &)
 {
     Json rows = Json::array();
-    for (uint32_t first = 0; first < 64; first += classes) {
-        Json row = for_each_class([=](uint32_t i, uint32_t *tc) {
-            return eth_cosq_port_dscp2tc_get(every_port, static_cast<int32_t>(first + i), unused, tc);
-        });
-        rows.push_back({{"dscp", first}, {"traffic_classes", std::move(row)}});
+    const Json all = dscp_setting.read(0);
+    for (size_t first = 0; first < dscps; first += classes) {
+        const auto row = all.begin() + static_cast<std::ptrdiff_t>(first);
+        rows.push_back({{"dscp", first}, {"traffic_classes", std::vector<Json>(row, row + classes)}});
     }
     std::vector<Column> columns = {{"dscp", "DSCP"}};
     append_elements(columns, "traffic_classes", "TC of +", classes);
@@ -286,19 +423,18 @@ Report schedule_port(const Arguments &arguments)
     require_class_b();
     const auto mode = arguments["MODE"].get<uint32_t>();
     return set_ports(arguments, fmt::format("scheduler mode {}", mode), [&](uint32_t port) {
-        uint32_t old_mode = 0;
+        const Json present = read_port_scheduler(port);
         Json weights = arguments["--weights"];
         if (weights.is_null())
-            weights = weights_of(port, old_mode);
-        if (weights.is_null())
-            weights = Weights{1, 1, 1, 1, 1, 1, 1, 1};
-        check(eth_cosq_port_sched_set(port, mode, weights.get<Weights>().data()),
-              fmt::format("set the scheduler of port {}", port));
+            weights = present["mode"] == no_mode ? Json(std::vector<int>(classes, 1)) : present["weights"];
+        change(port_scheduler_setting, port, {{"mode", mode}, {"weights", weights}});
         return Json{{"scheduler_mode", mode}, {"weights", weights}};
     });
 }
 
 } // namespace
+
+Settings qos_settings() { return settings; }
 
 Family qos_family()
 {

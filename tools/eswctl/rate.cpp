@@ -1,16 +1,18 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // rate: limits of what ports send and receive.
 #include <algorithm>
-#include <cctype>
+#include <span>
 
 #include <esw.h>
 #include <fmt/format.h>
 
 #include "eswctl/families.h"
+#include "eswctl/settings.h"
 
 namespace eswctl {
 namespace {
 
+constexpr uint64_t lowest_rate = 64;         // kbit/s; less would be rounded down to 0
 constexpr uint64_t largest_rate = INT32_MAX; // kbit/s; more would count as negative
 constexpr uint32_t largest_burst = 0x3FFFFF;
 constexpr uint32_t usual_burst = 500;
@@ -20,14 +22,200 @@ constexpr uint32_t cpu_port = 8;
 constexpr uint32_t largest_packet_rate = 1388889;
 constexpr uint32_t largest_class_b_packet_rate = 262143;
 
+using Get = int32_t (*)(uint32_t port, uint32_t *rate, uint32_t *burst);
+using Set = int32_t (*)(uint32_t port, uint32_t rate, uint32_t burst);
+
+// Class B: whether the limiter of the CPU port is on and counts packets. Its registers keep both rates.
+constexpr uint8_t limiter_page = 0x47;
+constexpr uint8_t enable_offset = 0xE6; // a bit for each port
+constexpr uint8_t select_offset = 0xE8;
+constexpr uint32_t of_cpu_port = 0x100; // in both
+
+bool counts_packets()
+{
+    return is_class_b() && (esw_reg_read32(limiter_page, select_offset, 16) & of_cpu_port) != 0 &&
+           (esw_reg_read32(limiter_page, enable_offset, 16) & of_cpu_port) != 0;
+}
+
+// A code that is none of the ten modes'.
+constexpr uint8_t control_page = 0x41;
+
+Json read_control_mode(uint32_t port)
+{
+    uint32_t mode = 0;
+    if (eth_port_rate_ingress_control_get(port, &mode) == ETH_E_NONE)
+        return mode;
+    const unsigned position = (is_class_a() ? 9 : 8) * port;
+    const uint32_t word = is_class_a()
+                              ? esw_reg_read32(control_page, 0x00, 32)
+                              : esw_reg_read32(control_page, static_cast<uint8_t>(0x34 + 2 * port), 16);
+    return fmt::format("code {:#04x}, unknown", word >> position & 0x3F);
+}
+
+// {"rate": 0} where there is no limit; one that is on may be at 0 kbit/s, too, and has a burst then.
+template <Get get>
+Json read_limit(uint32_t port)
+{
+    uint32_t rate = 0;
+    uint32_t burst = 0;
+    check(get(port, &rate, &burst), "read the limit");
+    const bool of_packets = get == eth_port_rate_egress_get && port == cpu_port && counts_packets();
+    return burst == off || of_packets ? Json{{"rate", 0}} : Json{{"rate", rate}, {"burst", burst}};
+}
+
+bool is_on(const Json &limit) { return limit["rate"] != 0 || limit.contains("burst"); }
+
+template <Set set>
+int32_t write_limit(uint32_t port, const Json &limit)
+{
+    const auto rate = limit["rate"].get<uint32_t>();
+    return set(port, is_on(limit) ? std::max(rate, 1U) : 0, limit.value("burst", usual_burst));
+}
+
+// Largest entry of an ascending table that is not above the value, or the first.
+uint32_t rounded_down(std::span<const uint32_t> table, uint32_t value)
+{
+    const auto above = std::ranges::upper_bound(table, value);
+    return above == table.begin() ? table.front() : *(above - 1);
+}
+
+// Where registers hold indexes, of a rate and of a bucket: wider steps for higher rates.
+constexpr uint32_t burst_sizes[] = {16, 20, 28, 40, 76, 140, 268, 500};
+
+uint32_t permitted_rate(uint32_t rate)
+{
+    const uint32_t step = rate < 2048 ? 64 : rate < 106496 ? 1024 : 8192;
+    const uint32_t last = rate < 2048 ? 1792 : rate < 106496 ? 102400 : 1024000;
+    return std::min(rate / step * step, last);
+}
+
+Json settle_indexed(uint32_t, const Json &limit)
+{
+    if (!is_on(limit))
+        return limit;
+    return {{"rate", permitted_rate(limit["rate"])},
+            {"burst", rounded_down(burst_sizes, limit.value("burst", usual_burst))}};
+}
+
+Json settle_egress(uint32_t port, const Json &limit)
+{
+    if (is_class_a() || !is_on(limit))
+        return settle_indexed(port, limit);
+    constexpr uint32_t unit = 64;               // kbit/s
+    constexpr uint32_t largest_count = 0x3FFFF; // of those, and of sixteenths of a kilobyte
+    return {{"rate", std::min(limit["rate"].get<uint32_t>() / unit, largest_count) * unit},
+            {"burst", std::min(limit.value("burst", usual_burst), largest_count / 16)}};
+}
+
+Form limit_form(uint32_t)
+{
+    return record_form({{"rate", either_form({constant_form(0), integer_form(lowest_rate, largest_rate)})},
+                        {"burst", integer_form(0, largest_burst)}},
+                       {"burst"});
+}
+
+constexpr uint32_t packet_rates[] = {
+    384,    512,    639,     768,     1024,    1280,    1536,    1791,    2048,   2303,   2559,
+    2815,   3328,   3840,    4352,    4863,    5376,    5887,    6400,    6911,   7936,   8960,
+    9984,   11008,  12030,   13054,   14076,   15105,   17146,   19201,   21240,  23299,  25354,
+    27382,  29446,  31486,   35561,   39682,   42589,   56818,   71023,   85324,  99602,  113636,
+    127551, 142045, 213675,  284091,  357143,  423729,  500000,  568182,  641026, 714286, 781250,
+    862069, 925926, 1000000, 1086957, 1136364, 1190476, 1250000, 1315789, 1388889};
+
+constexpr char no_packets[] = "no packets"; // class B: a limit that is on, at 0 packets/s
+constexpr uint32_t packets_per_unit = 125;
+
+Json read_packet_limit(uint32_t)
+{
+    int32_t rate = 0;
+    if (is_class_b() && !counts_packets())
+        return 0;
+    check(eth_rate_get(&rate), "read the CPU port's packet rate");
+    return is_class_b() && rate == 0 ? Json(no_packets) : Json(rate);
+}
+
+int32_t write_packet_limit(uint32_t, const Json &rate)
+{
+    return eth_rate_set(rate == no_packets ? 1 : rate.get<int32_t>());
+}
+
+std::string two_limits_of_cpu_port(const Json &document)
+{
+    const Json packets = document.value("/qos/cpu_rate"_json_pointer, Json(0));
+    const Json limit = document.value("/qos/port8/egress_rate"_json_pointer, Json{{"rate", 0}});
+    return packets == 0 || !is_on(limit) ? ""
+                                         : fmt::format("qos.cpu_rate is {}, and qos.port8.egress_rate is on: "
+                                                       "the switch has one of them at a time",
+                                                       in_words(packets));
+}
+
+constexpr Setting egress_setting = {
+    .path = "qos.port{}.egress_rate",
+    .words = "port {}: egress limit",
+    .each = each_port,
+    .calls = "eth_port_rate_egress_set",
+    .commands = "rate egress set {instance} {rate} --burst {burst}|rate egress set {instance} off",
+    .accepts = limit_form,
+    .read = read_limit<eth_port_rate_egress_get>,
+    .write = write_limit<eth_port_rate_egress_set>,
+    .settled = settle_egress};
+constexpr Setting ingress_setting = {
+    .path = "qos.port{}.ingress_rate",
+    .words = "port {}: ingress limit",
+    .each = each_phy_port,
+    .calls = "eth_port_rate_ingress_set",
+    .commands = "rate ingress set {instance} {rate} --burst {burst}|rate ingress set {instance} off",
+    .accepts = limit_form,
+    .read = read_limit<eth_port_rate_ingress_get>,
+    .write = write_limit<eth_port_rate_ingress_set>,
+    .settled = settle_indexed};
+// Behind the egress limits: switching one of them on ends the packet limit.
+constexpr Setting class_a_packets = {
+    .path = "qos.cpu_rate",
+    .words = "CPU port: packet limit",
+    .devices = Devices::class_a,
+    .calls = "eth_rate_set",
+    .commands = "rate cpu set {value}",
+    .accepts = accepted::integer<1, largest_packet_rate>,
+    .read = read_packet_limit,
+    .write = write_packet_limit,
+    .settled = [](uint32_t, const Json &rate) -> Json { return rounded_down(packet_rates, rate); }};
+constexpr Setting class_b_packets = {
+    .path = "qos.cpu_rate",
+    .words = "CPU port: packet limit",
+    .devices = Devices::class_b,
+    .calls = "eth_rate_set",
+    .commands = "rate cpu set {value}",
+    .accepts =
+        [](uint32_t) {
+            return either_form({constant_form(0), constant_form(no_packets),
+                                integer_form(packets_per_unit, largest_class_b_packet_rate)});
+        },
+    .read = read_packet_limit,
+    .write = write_packet_limit,
+    .settled = [](uint32_t, const Json &rate) -> Json {
+        return rate.is_string() ? rate : Json(rate.get<uint32_t>() / packets_per_unit * packets_per_unit);
+    },
+    .conflict = two_limits_of_cpu_port};
+constexpr Setting control_setting = {.path = "qos.port{}.ingress_control",
+                                     .words = "port {}: ingress rate control mode",
+                                     .each = each_phy_port,
+                                     .calls = "eth_port_rate_ingress_control_set",
+                                     .commands = "rate ingress-control {instance} {value}",
+                                     .accepts = accepted::integer<0, 9>,
+                                     .read = read_control_mode,
+                                     .write = write_value<eth_port_rate_ingress_control_set>};
+constexpr Setting settings[] = {ingress_setting, control_setting, egress_setting, class_a_packets,
+                                class_b_packets};
+
+const Setting &packet_setting() { return is_class_a() ? class_a_packets : class_b_packets; }
+
 struct Direction {
     const char *name;
-    int32_t (*set)(uint32_t port, uint32_t rate, uint32_t burst);
-    int32_t (*get)(uint32_t port, uint32_t *rate, uint32_t *burst);
-    std::vector<uint32_t> ports;
+    const Setting &setting;
 };
-const Direction egress{"egress", eth_port_rate_egress_set, eth_port_rate_egress_get, {0, 1, 8}};
-const Direction ingress{"ingress", eth_port_rate_ingress_set, eth_port_rate_ingress_get, {0, 1}};
+constexpr Direction egress{"egress", egress_setting};
+constexpr Direction ingress{"ingress", ingress_setting};
 
 // In kbit/s, which is the unit of a number without one. "1.5G" has as many decimals as come out whole.
 Json parse_bit_rate(const std::string &text)
@@ -48,10 +236,11 @@ Json parse_bit_rate(const std::string &text)
         digits.erase(point, 1);
         decimals -= given;
     }
-    return number(0, largest_rate).parse(digits + std::string(decimals, '0'));
+    const Json rate = number(0, largest_rate).parse(digits + std::string(decimals, '0'));
+    return rate.is_null() || rate == 0 || rate >= lowest_rate ? rate : Json();
 }
 
-const Kind bit_rate{"a rate such as 64k, 100M or 1.5G, or a number of kbit/s, up to 2147483647, or off",
+const Kind bit_rate{"a rate such as 64k, 100M or 1.5G, or a number of kbit/s, 64 to 2147483647, or off",
                     parse_bit_rate};
 
 const Kind packet_rate{fmt::format("a number of packets per second up to {}, or off", largest_packet_rate),
@@ -67,23 +256,13 @@ std::string rounding(const Json &asked, const Json &used, const char *unit)
                : fmt::format("\nasked {0} {2}, switch uses {1} {2}", asked.dump(), used.dump(), unit);
 }
 
-// Whether the limiter of a class B switch's CPU port is on and counts packets. Its registers keep both rates.
-bool counts_packets()
-{
-    const bool selected = (esw_reg_read32(0x47, 0xE8, 16) & 0x100) != 0;
-    const bool on = (esw_reg_read32(0x47, 0xE6, 16) & 0x100) != 0;
-    return selected && on;
-}
-
 Json limit_of(const Direction &direction, uint32_t port)
 {
-    uint32_t rate = 0;
-    uint32_t burst = 0;
-    check(direction.get(port, &rate, &burst), fmt::format("read the {} limit", direction.name));
-    const bool of_packets = &direction == &egress && port == cpu_port && is_class_b() && counts_packets();
-    if (burst == off || of_packets)
-        return {{"limited", false}, {"rate", nullptr}, {"burst", nullptr}};
-    return {{"limited", true}, {"rate", rate}, {"burst", burst}};
+    Json limit = direction.setting.read(port);
+    const bool limited = is_on(limit);
+    return {{"limited", limited},
+            {"rate", limited ? limit["rate"] : Json()},
+            {"burst", limited ? limit["burst"] : Json()}};
 }
 
 Report show(const Direction &direction, const Arguments &arguments)
@@ -103,13 +282,22 @@ std::string account_of(const Direction &direction, const Json &limit)
                        rounding(limit["asked_burst"], limit["burst"], "kB"));
 }
 
+// Class B has one limiter for port 8's packets and its bytes: what ends the other one says so.
+std::string end_of(const char *limit, bool was_on, bool is_on_now)
+{
+    return was_on && !is_on_now ? fmt::format("\nport 8: this ended the {}", limit) : "";
+}
+
+bool egress_of_cpu_port_is_on() { return is_class_b() && is_on(egress_setting.read(cpu_port)); }
+
 Report set(const Direction &direction, const Arguments &arguments)
 {
     const Json &rate = arguments["RATE"];
     const Json &burst = arguments["--burst"];
+    const bool counted = counts_packets();
     Report report = set_ports(arguments, "", [&](uint32_t port) {
-        check(direction.set(port, rate.get<uint32_t>(), burst.get<uint32_t>()),
-              fmt::format("set the {} limit of port {}", direction.name, port));
+        change(direction.setting, port,
+               rate == 0 ? Json{{"rate", 0}} : Json{{"rate", rate}, {"burst", burst}});
         Json limit = limit_of(direction, port);
         limit["asked_rate"] = rate;
         limit["asked_burst"] = burst;
@@ -118,16 +306,15 @@ Report set(const Direction &direction, const Arguments &arguments)
     report.sentence = "";
     for (const Json &row : report.value["ports"])
         report.sentence += (report.sentence.empty() ? "" : "\n") + account_of(direction, row);
+    report.sentence += end_of("limit of packets", counted, counts_packets());
     return report;
 }
 
 Json packet_limit()
 {
-    int32_t rate = 0;
-    if (is_class_b() && !counts_packets())
-        return {{"limited", false}, {"packet_rate", nullptr}};
-    check(eth_rate_get(&rate), "read the CPU port's packet rate");
-    return {{"limited", true}, {"packet_rate", rate}};
+    const Json rate = packet_setting().read(0);
+    const bool limited = is_class_a() || rate != 0;
+    return {{"limited", limited}, {"packet_rate", rate == no_packets ? Json(0) : limited ? rate : Json()}};
 }
 
 Report show_cpu(const Arguments &)
@@ -144,43 +331,33 @@ Report set_cpu(const Arguments &arguments)
         throw Refused{
             fmt::format("the switch is of class B: its CPU port takes at most {} packets per second",
                         largest_class_b_packet_rate)};
-    check(eth_rate_set(rate.get<int32_t>()), "limit the CPU port");
+    const bool egress_was_on = egress_of_cpu_port_is_on();
+    change(packet_setting(), 0, rate);
+    const std::string ended = end_of("egress limit in kbit/s", egress_was_on, egress_of_cpu_port_is_on());
     Json value = packet_limit();
     if (!value["limited"].get<bool>())
-        return done("CPU port: packet limit off", std::move(value));
+        return done("CPU port: packet limit off" + ended, std::move(value));
     const std::string sentence =
-        fmt::format("CPU port: limited to {} packets/s{}", value["packet_rate"].dump(),
-                    rounding(rate, value["packet_rate"], "packets/s"));
+        fmt::format("CPU port: limited to {} packets/s{}{}", value["packet_rate"].dump(),
+                    rounding(rate, value["packet_rate"], "packets/s"), ended);
     value["asked_packet_rate"] = rate;
     return done(sentence, std::move(value));
 }
 
-Json control_mode(uint32_t port)
-{
-    uint32_t mode = 0;
-    check(eth_port_rate_ingress_control_get(port, &mode),
-          fmt::format("read the ingress rate control of port {}", port));
-    return {{"mode", mode}};
-}
+Json control_mode(uint32_t port) { return {{"mode", shown(control_setting, port)}}; }
 
 Report ingress_control(const Arguments &arguments)
 {
-    const Json &mode = arguments["MODE"];
-    if (mode.is_null())
-        return port_table(arguments, {{"mode", "ingress rate control mode"}}, control_mode);
-    return set_ports(arguments, fmt::format("ingress rate control mode {}", mode.dump()), [&](uint32_t port) {
-        check(eth_port_rate_ingress_control_set(port, mode.get<uint32_t>()),
-              fmt::format("set the ingress rate control of port {}", port));
-        return control_mode(port);
-    });
+    return show_or_set(control_setting, arguments, "MODE", {"mode", "ingress rate control mode"},
+                       control_mode);
 }
 
 // All of them at a glance: port 8 has no limit of what it receives.
 Report show_all(const Arguments &)
 {
     Json rows = Json::array();
-    for (const uint32_t port : egress.ports) {
-        const bool receives = std::ranges::find(ingress.ports, port) != ingress.ports.end();
+    for (const uint32_t port : all_ports) {
+        const bool receives = port != cpu_port;
         rows.push_back({{"port", port},
                         {"egress", limit_of(egress, port)},
                         {"ingress", receives ? limit_of(ingress, port) : Json()},
@@ -219,6 +396,8 @@ void append_direction(std::vector<Command> &commands, const Direction &direction
 }
 
 } // namespace
+
+Settings rate_settings() { return settings; }
 
 Family rate_family()
 {

@@ -6,69 +6,112 @@
 #include "eswctl/dry_run.h"
 #include "eswctl/families.h"
 #include "eswctl/output.h"
+#include "eswctl/settings.h"
 
 namespace eswctl {
 namespace {
 
 constexpr uint32_t last_mode = 6;
-constexpr unsigned last_index = 255;
+constexpr uint32_t last_index = 255;
 
-// ---- Default tags
+// ---- Settings
+
+constexpr Instance each_mode[] = {{"0", 0}, {"1", 1}, {"2", 2}, {"3", 3}, {"5", 5}, {"6", 6}};
+constexpr Instance mode_of_translation[] = {{"4", 4}};
+
+// The library knows all frames (3) or none (0).
+Json read_learning(uint32_t)
+{
+    uint32_t field = 0;
+    eth_vlan_learning_mode_get(&field);
+    return field == 0 || field == 3 ? Json(field == 3) : Json(fmt::format("code {}, unknown", field));
+}
+
+constexpr Setting pvid_setting = {.path = "vlan.port{}.pvid",
+                                  .words = "port {}: PVID",
+                                  .each = each_port,
+                                  .calls = "eth_port_untagged_vlan_set",
+                                  .commands = "vlan pvid {instance} {value}",
+                                  .accepts = accepted::integer<0, 4095>,
+                                  .read = read_value<eth_port_untagged_vlan_get>,
+                                  .write = write_value<eth_port_untagged_vlan_set>};
+constexpr Setting priority_setting = {.path = "vlan.port{}.priority",
+                                      .words = "port {}: default priority",
+                                      .each = each_port,
+                                      .calls = "eth_port_untagged_priority_set",
+                                      .commands = "vlan priority {instance} {value}",
+                                      .accepts = accepted::integer<0, 7>,
+                                      .read = read_value<eth_port_untagged_priority_get>,
+                                      .write = write_value<eth_port_untagged_priority_set>};
+constexpr Setting mode_setting = {.path = "vlan.modes.mode{}",
+                                  .words = "VLAN mode {}",
+                                  .each = each_mode,
+                                  .calls = "eth_vlan_mode_set",
+                                  .commands = "vlan mode {instance} {value}",
+                                  .accepts = accepted::flag,
+                                  .read = read_flag<eth_vlan_mode_get>,
+                                  .write = write_flag<eth_vlan_mode_set>};
+constexpr Setting mode_4_setting = {.path = "vlan.modes.mode{}",
+                                    .words = "VLAN mode {}",
+                                    .each = mode_of_translation,
+                                    .devices = Devices::translating,
+                                    .calls = "eth_vlan_mode_set",
+                                    .commands = "vlan mode {instance} {value}",
+                                    .accepts = accepted::flag,
+                                    .read = read_flag<eth_vlan_mode_get>,
+                                    .write = write_flag<eth_vlan_mode_set>};
+constexpr Setting learning_setting = {.path = "vlan.learning",
+                                      .words = "VLAN learning",
+                                      .calls = "eth_vlan_learning_mode_set",
+                                      .commands = "vlan learning {value}",
+                                      .accepts = accepted::flag,
+                                      .read = read_learning,
+                                      .write = write_flag<eth_vlan_learning_mode_set>};
+constexpr Setting drop_setting = {.path = "vlan.drop_miss",
+                                  .words = "drop on table miss",
+                                  .calls = "eth_vlan_drop_vtbl_miss_set",
+                                  .commands = "vlan drop-miss {value}",
+                                  .accepts = accepted::flag,
+                                  .read = read_flag<eth_vlan_drop_vtbl_miss_get>,
+                                  .write = write_flag<eth_vlan_drop_vtbl_miss_set>};
+constexpr Setting bypass_setting = {.path = "vlan.bypass_crc",
+                                    .words = "CRC bypass",
+                                    .calls = "eth_vlan_bypass_CRC_set",
+                                    .commands = "vlan bypass-crc {value}",
+                                    .accepts = accepted::flag,
+                                    .read = read_flag<eth_vlan_bypass_CRC_get>,
+                                    .write = write_flag<eth_vlan_bypass_CRC_set>};
+constexpr Setting settings[] = {pvid_setting,     priority_setting, mode_setting,  mode_4_setting,
+                                learning_setting, drop_setting,     bypass_setting};
+
+// ---- Commands
 
 Json default_tag(uint32_t port)
 {
-    uint16_t pvid = 0;
-    uint32_t priority = 0;
-    check(eth_port_untagged_vlan_get(port, &pvid), "read the PVID");
-    check(eth_port_untagged_priority_get(port, &priority), "read the default priority");
-    return {{"pvid", pvid}, {"priority", priority}};
+    return {{"pvid", pvid_setting.read(port)}, {"priority", priority_setting.read(port)}};
 }
 
-Report default_tags(const Arguments &arguments)
+Report change_tag(const Arguments &arguments, const char *argument, const Setting &setting, const char *what)
 {
-    return port_table(arguments, {{"pvid", "PVID"}, {"priority", "priority"}}, default_tag);
-}
-
-Report pvid(const Arguments &arguments)
-{
-    const Json &vid = arguments["VID"];
-    if (vid.is_null())
-        return default_tags(arguments);
-    return set_ports(arguments, fmt::format("PVID {}", vid.dump()), [&](uint32_t port) {
-        check(eth_port_untagged_vlan_set(port, vid.get<uint16_t>()),
-              fmt::format("set the PVID of port {}", port));
+    const Json &value = arguments[argument];
+    if (value.is_null())
+        return port_table(arguments, {{"pvid", "PVID"}, {"priority", "priority"}}, default_tag);
+    return set_ports(arguments, fmt::format("{} {}", what, value.dump()), [&](uint32_t port) {
+        change(setting, port, value);
         return default_tag(port);
     });
 }
-
-Report priority(const Arguments &arguments)
-{
-    const Json &priority = arguments["PRIORITY"];
-    if (priority.is_null())
-        return default_tags(arguments);
-    return set_ports(arguments, fmt::format("default priority {}", priority.dump()), [&](uint32_t port) {
-        check(eth_port_untagged_priority_set(port, priority.get<int32_t>()),
-              fmt::format("set the default priority of port {}", port));
-        return default_tag(port);
-    });
-}
-
-// ---- Modes and switches
 
 Report mode(const Arguments &arguments)
 {
     const Json &given = arguments["MODE"];
     const Json &state = arguments["STATE"];
     if (!state.is_null())
-        check(eth_vlan_mode_set(given.get<uint32_t>(), state.get<bool>()),
-              fmt::format("switch VLAN mode {}", given.dump()));
+        change(mode_setting, given.get<uint32_t>(), state);
     Json rows = Json::array();
     for (uint32_t number = 0; number <= last_mode; ++number) {
-        uint32_t enabled = 0;
-        if (!given.is_null() && given != number)
-            continue;
-        check(eth_vlan_mode_get(number, &enabled), "read the VLAN mode");
-        rows.push_back({{"mode", number}, {"enabled", enabled != 0}});
+        if (given.is_null() || given == number)
+            rows.push_back({{"mode", number}, {"enabled", mode_setting.read(number)}});
     }
     Report report = table("modes", {{"mode", "mode"}, {"enabled", "enabled"}}, std::move(rows));
     return state.is_null()
@@ -76,65 +119,113 @@ Report mode(const Arguments &arguments)
                : changed(fmt::format("VLAN mode {} {}", given.dump(), on_or_off(state.get<bool>())), report);
 }
 
-// A setting that is on or off for the whole switch.
-struct Setting {
+// What is on or off for the whole switch.
+struct Switch {
     const char *words;
     const char *summary;
     const char *key;
-    const char *title;
-    int32_t (*set)(int32_t);
-    int32_t (*get)(uint32_t *);
+    const Setting &setting;
 };
-constexpr Setting settings[] = {
-    {"vlan learning", "Show or set learning: on is learning mode 3, off is 0", "learning", "VLAN learning",
-     eth_vlan_learning_mode_set, eth_vlan_learning_mode_get},
+constexpr Switch switches[] = {
+    {"vlan learning", "Show or set learning: on is learning mode 3, off is 0", "learning", learning_setting},
     {"vlan drop-miss", "Show or set whether frames of VIDs that the VLAN table does not know are dropped",
-     "drop_miss", "drop on table miss", eth_vlan_drop_vtbl_miss_set, eth_vlan_drop_vtbl_miss_get},
-    {"vlan bypass-crc", "Show or set the CRC bypass", "bypass_crc", "CRC bypass", eth_vlan_bypass_CRC_set,
-     eth_vlan_bypass_CRC_get},
+     "drop_miss", drop_setting},
+    {"vlan bypass-crc", "Show or set the CRC bypass", "bypass_crc", bypass_setting},
 };
 
-Report change(const Setting &setting, const Arguments &arguments)
+Report turn(const Switch &one, const Arguments &arguments)
 {
     const Json &state = arguments["STATE"];
-    uint32_t value = 0;
     if (!state.is_null())
-        check(setting.set(state.get<bool>()), fmt::format("switch {}", setting.title));
-    check(setting.get(&value), fmt::format("read the state of {}", setting.title));
-    Report report = record({{setting.key, setting.title}}, {{setting.key, value != 0}});
-    return state.is_null()
-               ? report
-               : changed(fmt::format("{} {}", setting.title, on_or_off(state.get<bool>())), report);
+        change(one.setting, 0, state);
+    Report report = record({{one.key, one.setting.words}}, {{one.key, shown(one.setting)}});
+    return state.is_null() ? report
+                           : changed(fmt::format("{} {}", one.setting.words, in_words(state)), report);
 }
 
 // ---- Egress translation
 
-Json translation(uint32_t port, uint8_t index)
+// An entry is two registers: a command with index and port, and the data that it moves.
+constexpr uint8_t translation_page = 0x34;
+constexpr uint8_t command_offset = 0x40;
+constexpr uint8_t data_offset = 0x44;
+constexpr uint32_t write_entry = 0x3;
+constexpr uint32_t busy = 0x1;
+constexpr int most_reads = 10000; // until an entry is written
+
+Json translation(uint32_t port, uint32_t index)
 {
     uint32_t code = 0;
     uint16_t vid = 0;
-    check(eth_vlan_evt_get(port, index, &code, &vid), "read the translation");
+    check(eth_vlan_evt_get(port, static_cast<uint8_t>(index), &code, &vid), "read the translation");
     return {{"port", port}, {"index", index}, {"vid", vid}, {"code", code}};
 }
+
+// The data register still holds what was read: a translation to VID 0 has nothing but a mark there.
+bool is_in_use() { return esw_reg_read32(translation_page, data_offset, 32) != 0; }
+
+// The library's call would leave the mark behind.
+int32_t remove_translation(const Json &entry)
+{
+    const uint32_t command =
+        entry["index"].get<uint32_t>() << 8 | entry["port"].get<uint32_t>() << 4 | write_entry;
+    esw_reg_write(translation_page, data_offset, 32, 0);
+    esw_reg_write(translation_page, command_offset, 32, command);
+    for (int reads = 0; reads < most_reads; ++reads) {
+        if ((esw_reg_read32(translation_page, command_offset, 32) & busy) == 0)
+            return ETH_E_NONE;
+    }
+    return ETH_E_TIMEOUT;
+}
+
+Json translations_in_use(const std::vector<uint32_t> &ports)
+{
+    Progress progress("reading translations", ports.size() * (last_index + 1));
+    Json rows = Json::array();
+    size_t seen = 0;
+    for (const uint32_t port : ports) {
+        for (uint32_t index = 0; index <= last_index; ++index) {
+            Json row = translation(port, index);
+            if (is_in_use())
+                rows.push_back(std::move(row));
+            progress.advance_to(++seen);
+        }
+    }
+    return rows;
+}
+
+constexpr const char *translation_key[] = {"port", "index"};
+constexpr Setting translations_setting = {
+    .path = "vlan.translations",
+    .words = "translation of port {port}, index {index}",
+    .devices = Devices::translating,
+    .calls = "eth_vlan_evt_add",
+    .commands = "first: vlan translate clear\nvlan translate add {port} {index} {vid} --code {code}",
+    .accepts =
+        [](uint32_t) {
+            return record_form({{"port", numbers_form({0, 1, 8})},
+                                {"index", integer_form(0, last_index)},
+                                {"vid", integer_form(0, 4095)},
+                                {"code", integer_form(0, 3)}});
+        },
+    .read = [](uint32_t) { return translations_in_use(all_ports); },
+    .write =
+        [](uint32_t, const Json &entry) {
+            return eth_vlan_evt_add(entry["port"], entry["index"], entry["code"], entry["vid"]);
+        },
+    .key = translation_key,
+    .remove = remove_translation};
 
 // An index that is asked for is shown even where it is not in use.
 Report show_translations(const Arguments &arguments)
 {
     const Json &index = arguments["INDEX"];
-    const unsigned first = index.is_null() ? 0 : index.get<unsigned>();
-    const unsigned last = index.is_null() ? last_index : first;
     const std::vector<uint32_t> ports = ports_in(arguments["PORT"]);
-    Progress progress("reading translations", ports.size() * (last - first + 1));
     Json rows = Json::array();
-    size_t seen = 0;
-    for (const uint32_t port : ports) {
-        for (unsigned each = first; each <= last; ++each) {
-            Json row = translation(port, static_cast<uint8_t>(each));
-            if (!index.is_null() || row["vid"] != 0 || row["code"] != 0)
-                rows.push_back(std::move(row));
-            progress.advance_to(++seen);
-        }
-    }
+    if (index.is_null())
+        rows = translations_in_use(ports);
+    for (const uint32_t port : index.is_null() ? std::vector<uint32_t>() : ports)
+        rows.push_back(translation(port, index.get<uint32_t>()));
     return table("translations", {{"port", "port"}, {"index", "index"}, {"vid", "VID"}, {"code", "code"}},
                  std::move(rows), "no translations");
 }
@@ -156,6 +247,15 @@ Report add_translation(const Arguments &arguments)
         std::move(row));
 }
 
+Report del_translation(const Arguments &arguments)
+{
+    check(remove_translation({{"port", arguments["PORT"]}, {"index", arguments["INDEX"]}}),
+          "remove the translation");
+    return done(
+        fmt::format("port {}: translation {} removed", arguments["PORT"].dump(), arguments["INDEX"].dump()),
+        translation(arguments["PORT"], arguments["INDEX"]));
+}
+
 Report clear_translations(const Arguments &)
 {
     check(eth_vlan_evt_clear(), "clear the translations");
@@ -163,6 +263,9 @@ Report clear_translations(const Arguments &)
 }
 
 } // namespace
+
+Settings vlan_settings() { return settings; }
+Settings translation_settings() { return {&translations_setting, 1}; }
 
 std::vector<Command> vlan_setting_commands()
 {
@@ -173,19 +276,19 @@ std::vector<Command> vlan_setting_commands()
         {"vlan pvid",
          "Show or set the VID that untagged frames get on ports",
          {ports, {"VID", "PVID, 0 to 4095", vid()}},
-         pvid},
+         [](const Arguments &a) { return change_tag(a, "VID", pvid_setting, "PVID"); }},
         {"vlan priority",
          "Show or set the priority that untagged frames get on ports",
          {ports, {"PRIORITY", "priority, 0 to 7", number(0, 7)}},
-         priority},
+         [](const Arguments &a) { return change_tag(a, "PRIORITY", priority_setting, "default priority"); }},
         {"vlan mode",
          "Show or set the numbered VLAN modes",
          {{"MODE", "mode, 0 to 6", number(0, last_mode)}, state},
          mode},
     };
-    for (const Setting &setting : settings)
-        commands.push_back({setting.words, setting.summary, {state}, [&setting](const Arguments &arguments) {
-                                return change(setting, arguments);
+    for (const Switch &one : switches)
+        commands.push_back({one.words, one.summary, {state}, [&one](const Arguments &arguments) {
+                                return turn(one, arguments);
                             }});
     const Argument out{"PORT", "egress port: 0, 1 or 8", any_port()};
     const Argument index{"INDEX", "index of the entry, 0 to 255", number(0, last_index)};
@@ -199,6 +302,10 @@ std::vector<Command> vlan_setting_commands()
           {"VID", "VID of the entry, 0 to 4095", vid(), true},
           {"--code", "code of the entry, 0 to 3 (default 0)", number(0, 3), false, false, 0}},
          add_translation},
+        {"vlan translate del",
+         "Remove an entry, so that no bit of it is left",
+         {{out.name, out.help, out.kind, true}, {index.name, index.help, index.kind, true}},
+         del_translation},
         {"vlan translate clear", "Clear the whole translation table", {}, clear_translations, true},
     };
     commands.insert(commands.end(), std::begin(translate), std::end(translate));
