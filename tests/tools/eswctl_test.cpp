@@ -199,7 +199,8 @@ TEST_F(Eswctl, ATraceNeverStopsItsProgram)
     const Finished unread = shell("mkfifo {0}; {1}");
     EXPECT_EQ(unread.code, 1);
     EXPECT_THAT(unread.error, testing::HasSubstr("nobody reads this pipe"));
-    EXPECT_EQ(shell("head -n 1 {0} > /dev/null & {1}").out, "all counters are zero\n");
+    EXPECT_EQ(shell("head -n 1 {0} > /dev/null & until {1}; do sleep 0.1; done").out,
+              "all counters are zero\n");
     EXPECT_EQ(shell("rm {0}; ulimit -f 1; {1}").out, "all counters are zero\n");
     EXPECT_GE(contents(trace).size(), 512u);
 }
