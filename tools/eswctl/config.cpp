@@ -181,8 +181,12 @@ Report restore(const Arguments &arguments)
 Report diff(const Arguments &arguments)
 {
     const Json document = read_document(arguments["FILE"].get<std::string>(), true);
-    const Json changes = differences(read_switch().document, document);
+    const Json &other = arguments["OTHER"];
+    const Json changes = other.is_null()
+                             ? differences(read_switch().document, document)
+                             : differences(document, read_document(other.get<std::string>(), true));
     Report report = account_of(changes, changes.empty() ? "no difference" : "");
+    report.different = !changes.empty();
     return report;
 }
 
@@ -234,7 +238,10 @@ std::vector<Command> configuration_commands()
          {file, skip, {"--keep", "when it fails, stay with what was reached instead of going back", {}}},
          restore,
          true},
-        {"diff", "Show what differs between a saved configuration and the switch", {file, skip}, diff},
+        {"diff",
+         "Show what a restore of FILE would change; or what differs between FILE and OTHER",
+         {file, {"OTHER", "another file that save made", file_name()}, skip},
+         diff},
         {.words = "schema",
          .summary = "Print the JSON Schema of saved configurations",
          .arguments = {},

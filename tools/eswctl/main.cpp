@@ -18,7 +18,7 @@ namespace {
 
 using namespace eswctl;
 
-enum ExitCode { exit_done = 0, exit_refused = 1, exit_usage = 2 };
+enum ExitCode { exit_done = 0, exit_refused = 1, exit_usage = 2, exit_different = 3 };
 
 int fail(int code, const std::string &message)
 {
@@ -47,7 +47,7 @@ Report dry_run(const Parsed &parsed)
     std::rethrow_exception(failure);
 }
 
-void run(const Parsed &parsed)
+int run(const Parsed &parsed)
 {
     const GlobalOptions &options = parsed.options;
     print_as_json(options.json);
@@ -64,6 +64,7 @@ void run(const Parsed &parsed)
         report = options.dry_run ? dry_run(parsed) : execute(parsed);
     }
     emit(report);
+    return report.different ? exit_different : exit_done;
 }
 
 } // namespace
@@ -72,8 +73,7 @@ int main(int argc, char **argv)
 {
     separate_output();
     try {
-        run(parse({argv + 1, argv + argc}));
-        return exit_done;
+        return run(parse({argv + 1, argv + argc}));
     } catch (const Answer &answer) {
         return print(answer.text) ? exit_done : exit_refused;
     } catch (const UsageError &error) {

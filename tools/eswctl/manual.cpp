@@ -4,6 +4,7 @@
 
 #include "eswctl/cli.h"
 #include "eswctl/families.h"
+#include "eswctl/settings.h"
 
 namespace eswctl {
 namespace {
@@ -96,8 +97,9 @@ the value, and the register's name.
 .SH SAVED CONFIGURATIONS
 \fBeswctl save\fR writes what can be read back from the switch: ports, static addresses, L2 cache, VLANs, QoS,
 mirroring, controls and the field processor. \fBeswctl restore\fR changes only what differs, leaves alone what the
-document does not name, and prints each change; a restore that was interrupted is completed by another one. EEE, speeds,
-the power of PHYs, the snapshot mode and the parked rule are not part of it.
+document does not name, and prints each change; a restore that was interrupted is completed by another one.
+Not part of it are:
+@OMITTED@
 .SH EXIT STATUS
 .TP
 .B 0
@@ -110,6 +112,9 @@ before it failed stays.
 .TP
 .B 2
 The command line is wrong. A line on standard error says what is accepted.
+.TP
+.B 3
+\fBeswctl diff\fR found something that differs.
 .SH FILES
 .TP
 .I /dev/esw-ctl
@@ -151,6 +156,8 @@ esw\-sim eswctl info \-\-json
 .BR esw (3)
 )";
 
+constexpr std::string_view omitted_mark = "@OMITTED@";
+
 std::string page()
 {
     std::string text = fmt::format(fmt::runtime(head), ESW_VERSION);
@@ -166,7 +173,11 @@ std::string page()
         for (const Command &command : family->commands)
             text += command.run ? described(command) : "";
     }
-    return text + tail;
+    std::string omitted;
+    for (const Omission &omission : omissions())
+        omitted += fmt::format("{}{}", omitted.empty() ? "" : ",\n", roff(omission.words));
+    return text + std::string(tail).replace(std::string_view(tail).find(omitted_mark), omitted_mark.size(),
+                                            omitted + '.');
 }
 
 Report manual(const Arguments &)
