@@ -360,7 +360,7 @@ std::vector<Argument> global_options()
         {"--wait",
          "wait at most so long while another program works on the switch; 0 fails at once (default no "
          "limit)",
-         number(0, 24 * 60 * 60, "seconds")},
+         number(0, 86400, "seconds")},
         {"--trace", "print each driver request on standard error", {}},
         {"--dry-run", "withhold every write, and print what would change", {}},
     };

@@ -104,7 +104,7 @@ void attempt(const Place &place, const Json &wanted, const Json &present, bool g
 Report account_of(const Json &changes, const std::string &sentence)
 {
     Report report{{{"changes", changes}}};
-    report.text = differences_in_words(changes) + sentence + '\n';
+    report.text = differences_in_words(changes) + (sentence.empty() ? "" : sentence + '\n');
     return report;
 }
 
