@@ -99,7 +99,7 @@ Report show(const Arguments &arguments)
 
 // Does something to each VLAN of the argument, up to the first that refuses.
 Report change(const Json &given, const std::string &outcome, const std::function<void(uint16_t)> &call,
-              Json details)
+              const Json &details)
 {
     const Vids vids = vids_of(given);
     telling_once([&] { do_each(vids, "VLAN", [&](uint32_t vid) { call(static_cast<uint16_t>(vid)); }); });
