@@ -41,10 +41,12 @@ consteval Map with_roles(const Families &...families)
     for (size_t i = 0; i < map.size(); ++i)
         map[i] = {chip::registers[i], {}};
     (std::ranges::for_each(families, [&](const Role &role) { assign(map, role); }), ...);
+#ifndef __SANITIZE_ADDRESS__ // GCC does not tell the address of a function from null at compile time then
     for (const Bank &bank : map) {
         if (bank.starts != 0 && !bank.role.written)
             register_starts_nothing();
     }
+#endif
     return map;
 }
 

@@ -80,7 +80,7 @@ void apply_table(const Place &place, const Json &wanted, const Json &present, bo
     const auto before = by_key(place, present);
     for (const auto &[key, entry] : before) {
         if (!after.contains(key))
-            step(goes_on, [&] {
+            step(goes_on, [&, &entry = entry] {
                 check(place.setting->remove(entry), fmt::format("remove {}", place.words_of(entry)));
                 check_requests();
             });
@@ -88,7 +88,7 @@ void apply_table(const Place &place, const Json &wanted, const Json &present, bo
     for (const auto &[key, entry] : after) {
         const auto same = before.find(key);
         if (same == before.end() || same->second != entry)
-            step(goes_on, [&] { write(place, entry, place.words_of(entry)); });
+            step(goes_on, [&, &entry = entry] { write(place, entry, place.words_of(entry)); });
     }
 }
 
