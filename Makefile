@@ -47,6 +47,12 @@ test-sanitized: test-packages
 	@cmake --build $(SANITIZED)
 	@ctest --test-dir $(SANITIZED) --output-on-failure --parallel $(JOBS) --no-tests=error
 
+# Those of library and simulated switch only: a third of the time.
+test-sanitized-library: test-packages
+	@$(call configure,sanitize,)
+	@cmake --build $(SANITIZED) --target esw_tests concurrency_tests
+	@for tests in esw_tests concurrency_tests; do $(SANITIZED)/bin/$$tests --gtest_brief=1 || exit 1; done
+
 # Library, tools and tests for 64-bit Arm.
 arm64: test-packages
 	@packaging/install-packages packaging/arm64-packages
@@ -149,6 +155,6 @@ doc: all
 clean:
 	@rm -rf build
 
-.PHONY: all with-tests packages test-packages lint-packages evidence-packages instrumented demo test test-sanitized \
+.PHONY: all with-tests packages test-packages lint-packages evidence-packages instrumented demo test test-sanitized test-sanitized-library \
 	test-threads fuzz abi abi-record coverage bench arm64 test-arm64 test-kernel lint-driver deb test-deb test-musl dist \
 	install lint doc clean
