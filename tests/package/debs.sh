@@ -10,7 +10,7 @@ scratch=$(mktemp -d)
 root=$scratch/root
 trap 'umount "$root/proc" 2>/dev/null || true; rm -rf "$scratch"' EXIT
 fail() { echo "debs: $*" >&2; exit 1; }
-inside() { DEBIAN_FRONTEND=noninteractive chroot "$root" "$@"; }
+inside() { DEBIAN_FRONTEND=noninteractive HOME=/tmp chroot "$root" "$@"; }
 
 if [ ! -s "$cache" ]; then
     mirrors=(/etc/apt/sources.list /etc/apt/sources.list.d/debian.sources)
@@ -43,7 +43,7 @@ inside sh -c 'test -s /usr/share/man/man1/eswctl.1.gz && test -s /usr/share/man/
 [ "$(stat -c %s "$root/usr/share/eswctl/vid_list.cfg")" -eq 4096 ] || fail "the fresh VLAN list"
 
 names=$(cd "$root/debs" && for deb in *.deb; do echo "${deb%%_*}"; done)
-rm -r "$root/debs" "$root/app" "$root/app.c" "$root"/root/.[!.]*esw* "$root"/tmp/* 2>/dev/null || true
+rm -r "$root/debs" "$root/app" "$root/app.c" "$root"/tmp/* "$root"/tmp/.[!.]* 2>/dev/null || true
 # shellcheck disable=SC2086
 inside dpkg --purge $names > "$scratch/log" 2>&1 || { cat "$scratch/log"; fail "the packages can't be purged"; }
 diff <(echo "$before") <(contents) || fail "purging leaves traces"
