@@ -45,7 +45,7 @@ TEST(Schema, RejectsSpoiledDocuments)
          R"({"registers": [{"page": "0x00", "offset": "0x00", "width": 8, "value": "0x01"}]})", ""},
         {"reg read 0 0",
          R"({"registers": [{"page": "0x00", "offset": "0x00", "width": 16, "value": "0x01"}]})",
-         "registers.0.width: Failed to match"},
+         "[registers][0][width]: Failed to match"},
         {"link watch", down + '\n' + down + '\n', ""},
         {"link watch", down + "\n{}\n", "Missing required property"},
         {"link watch", "", "no document"},

@@ -10,9 +10,6 @@
 
 namespace eswctl {
 
-// Generated from docs/completion: file name and text, up to a null.
-extern const char *const completion_files[][2];
-
 namespace {
 
 // Rows are "PLACE|SLOT|OFFER|DESCRIPTION". A place is a command's words, each behind a blank; "-" is any
@@ -118,21 +115,12 @@ std::string quoted(const std::string &text, bool backslashes)
     return '\'' + result + '\'';
 }
 
-std::string file(const std::string &name)
-{
-    for (const auto *each = completion_files; (*each)[0]; ++each) {
-        if (name == (*each)[0])
-            return (*each)[1];
-    }
-    return "";
-}
-
 std::string script_for(const std::string &shell)
 {
     const std::string head =
         fmt::format("# {0} completion for eswctl; made by \"eswctl completion {0}\".\n", shell);
-    const std::string own = file("eswctl." + shell);
-    const std::string code = "_eswctl_table=" + quoted('\n' + table(), false) + '\n' + file("offers.sh");
+    const std::string own = embedded("eswctl." + shell);
+    const std::string code = "_eswctl_table=" + quoted('\n' + table(), false) + '\n' + embedded("offers.sh");
     if (shell == "fish")
         return head + "set -g __eswctl_walk " + quoted(code + "_eswctl_offers \"$@\"\n", true) + '\n' + own;
     return (shell == "zsh" ? "#compdef eswctl esw-sim\n" : "") + head + '\n' + code + own;
@@ -142,9 +130,7 @@ Report completion(const Arguments &arguments)
 {
     const auto shell = arguments["SHELL"].get<std::string>();
     const std::string script = script_for(shell);
-    Report report{{{"shell", shell}, {"script", script}}};
-    report.text = script;
-    return report;
+    return {.value = {{"shell", shell}, {"script", script}}, .text = script};
 }
 
 } // namespace

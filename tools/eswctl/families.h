@@ -48,4 +48,6 @@ Command batch_command();
 Command completion_command();
 Command manual_command();
 
+const char *embedded(const std::string &file); // a file of docs/ that is part of the program
+
 } // namespace eswctl
