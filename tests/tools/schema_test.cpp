@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tests/tools/schema.h"
 
+#include <regex>
 #include <sstream>
 
 #include "tests/tools/eswctl_test.h"
@@ -22,6 +23,30 @@ TEST_F(Eswctl, EveryCommandHasASchemaAndNothingElseHasOne)
         EXPECT_NE(schema_fault(words, R"({"foreign": 0})"), "") << words;
     }
     EXPECT_EQ(commands_with_schema(), commands);
+}
+
+std::set<std::string> matches(const std::string &text, const std::string &pattern)
+{
+    const std::regex regex(pattern);
+    std::set<std::string> found;
+    for (std::sregex_iterator each(text.begin(), text.end(), regex), end; each != end; ++each)
+        found.insert((*each)[1]);
+    return found;
+}
+
+// The schema of a configuration names the calls behind each setting, and behind what is no part of it.
+TEST_F(Eswctl, EverySetterIsSavedOrLeftOutByName)
+{
+    const std::string schema = eswctl("schema").out;
+    EXPECT_EQ(schema, contents(SCHEMAS "/configuration.schema.json")) << "eswctl schema makes it anew";
+    std::set<std::string> named;
+    for (const std::string &calls :
+         matches(schema, R"re("\$comment": "(?:set by|not part of it:) ([^"]*)")re"))
+        named.merge(matches(calls, R"((\w+))"));
+    EXPECT_EQ(
+        named,
+        matches(contents(SCHEMAS "/../../core/exports.map"),
+                R"((\w*(?:_set|set_|_write|_mask_|_add\b|_create\b|_enable\b|_store\b|CfpRuleAction)\w*);)"));
 }
 
 TEST(Schema, RejectsSpoiledDocuments)

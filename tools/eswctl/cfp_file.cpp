@@ -193,7 +193,7 @@ Report save_rules(const Arguments &arguments)
     Json document = field_processor();
     const size_t count = document["rules"].size();
     return write_document(
-        path, std::move(document),
+        path, {std::move(document)},
         done(fmt::format("{} saved in {}", count_rules(count), path), {{"file", path}, {"rules", count}}));
 }
 

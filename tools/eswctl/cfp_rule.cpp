@@ -371,12 +371,16 @@ std::vector<Argument> rule_options()
         if (member.option)
             options.push_back({member.option, member.help, kind_of(member)});
     }
+    options.push_back({"--words", "all words of the record, class B's and class A's: options change them",
+                       list_of(Words::extent, number(0, UINT32_MAX))});
     options.push_back({"--drop", "forwarding actions 2, no destinations", {}});
     return options;
 }
 
 Json change_rule_by_options(eth_cfp_rule_t &rule, const Arguments &arguments)
 {
+    if (const Json &words = arguments["--words"]; !words.is_null())
+        std::ranges::copy(words, words_of(rule).begin());
     Json given = Json::object();
     if (arguments["--drop"].get<bool>())
         given = {{"action1", 2}, {"destination1", 0}, {"action2", 2}, {"destination2", 0}};

@@ -116,6 +116,12 @@ std::string count_changes(const Json &changes)
 
 // ---- Commands
 
+Report as_commands(const Json &document)
+{
+    const std::vector<std::string> commands = commands_for(document);
+    return {.value = {{"commands", commands}}, .text = fmt::format("{}\n", fmt::join(commands, "\n"))};
+}
+
 Report save(const Arguments &arguments)
 {
     Reading reading = read_switch();
@@ -125,7 +131,10 @@ Report save(const Arguments &arguments)
     if (strict && !reading.left_out.empty())
         throw Refused{"not saved: no call of the library sets the above"};
     const auto file = arguments["FILE"].get<std::string>();
-    return write_document(file, std::move(reading.document),
+    Report document{std::move(reading.document)};
+    if (arguments["--commands"].get<bool>())
+        document = as_commands(document.value);
+    return write_document(file, std::move(document),
                           done(fmt::format("configuration saved to {}", file), {{"file", file}}));
 }
 
@@ -229,8 +238,9 @@ std::vector<Command> configuration_commands()
     const Argument skip{"--skip-unsupported", "leave out what this switch does not have", {}};
     return {
         {"save",
-         "Save the switch's configuration as one JSON document",
+         "Save the switch's configuration as one JSON document, or as command lines",
          {{"FILE", "file to write; - for standard output", file_name(), true},
+          {"--commands", "as command lines, which batch takes: they first clear what is a table", {}},
           {"--strict", "save nothing when something of it can't be saved", {}}},
          save},
         {"restore",

@@ -348,7 +348,10 @@ Json configuration_schema()
                    {"$id", "configuration.schema.json"},
                    {"title",
                     "Configuration of a switch, as eswctl save writes it and eswctl restore reads it: "
-                    "restoring leaves what is absent as it is"}};
+                    "restoring leaves what is absent as it is"},
+                   {"$comment", "not part of it:"}};
+    for (const Omission &omission : omissions())
+        schema["$comment"].get_ref<std::string &>() += fmt::format(" {}", omission.calls);
     schema.update(form_of_document());
     for (const Place &place : places()) {
         const std::string words = place.is_table() ? place.setting->words : place.words();

@@ -43,4 +43,7 @@ Json differences(const Json &from, const Json &to, bool absent_differs = false);
 // "vlan 10: members 8 -> 0,8", a line each.
 std::string differences_in_words(const Json &rows);
 
+// What makes a switch hold the document's settings, whatever it held: lines as behind eswctl.
+std::vector<std::string> commands_for(const Json &document);
+
 } // namespace eswctl

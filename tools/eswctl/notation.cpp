@@ -7,11 +7,11 @@
 
 namespace eswctl {
 
-std::vector<std::string> split(const std::string &list)
+std::vector<std::string> split(const std::string &list, char separator)
 {
     std::vector<std::string> items(1);
     for (const char c : list) {
-        if (c == ',')
+        if (c == separator)
             items.emplace_back();
         else
             items.back() += c;

@@ -164,14 +164,13 @@ void write_file(const std::string &path, const std::string &text)
 
 std::string name_file(const std::string &path) { return path == "-" ? "standard input" : path; }
 
-Report write_document(const std::string &path, Json document, const Report &done)
+Report write_document(const std::string &path, Report document, const Report &done)
 {
-    if (path == "-" || path == "/dev/stdout") { // the latter leads to standard error here
-        Report report{std::move(document)};
-        report.text = as_json(report);
-        return report;
-    }
-    write_file(path, document.dump(2) + '\n');
+    if (document.text.empty())
+        document.text = as_json(document);
+    if (path == "-" || path == "/dev/stdout") // the latter leads to standard error here
+        return document;
+    write_file(path, document.text);
     return done;
 }
 

@@ -62,7 +62,7 @@ void write_file(const std::string &path, const std::string &text);
 std::string read_file(const std::string &path); // "-" is standard input
 std::string name_file(const std::string &path); // in messages about what was read
 
-// Writes a JSON document and reports what was done, or reports the document itself where the file is "-".
-Report write_document(const std::string &path, Json document, const Report &done);
+// Writes a document's text and reports what was done, or reports the document itself where the file is "-".
+Report write_document(const std::string &path, Report document, const Report &done);
 
 } // namespace eswctl

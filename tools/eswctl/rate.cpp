@@ -154,7 +154,8 @@ constexpr Setting egress_setting = {
     .words = "port {}: egress limit",
     .each = each_port,
     .calls = "eth_port_rate_egress_set",
-    .commands = "rate egress set {instance} {rate} --burst {burst}|rate egress set {instance} off",
+    .commands = "rate 0, : rate egress set {instance} none --burst {burst}|"
+                "rate egress set {instance} {rate} --burst {burst}|rate egress set {instance} off",
     .accepts = limit_form,
     .read = read_limit<eth_port_rate_egress_get>,
     .write = write_limit<eth_port_rate_egress_set>,
@@ -164,7 +165,8 @@ constexpr Setting ingress_setting = {
     .words = "port {}: ingress limit",
     .each = each_phy_port,
     .calls = "eth_port_rate_ingress_set",
-    .commands = "rate ingress set {instance} {rate} --burst {burst}|rate ingress set {instance} off",
+    .commands = "rate 0, : rate ingress set {instance} none --burst {burst}|"
+                "rate ingress set {instance} {rate} --burst {burst}|rate ingress set {instance} off",
     .accepts = limit_form,
     .read = read_limit<eth_port_rate_ingress_get>,
     .write = write_limit<eth_port_rate_ingress_set>,
@@ -185,7 +187,7 @@ constexpr Setting class_b_packets = {
     .words = "CPU port: packet limit",
     .devices = Devices::class_b,
     .calls = "eth_rate_set",
-    .commands = "rate cpu set {value}",
+    .commands = "0: |no packets: rate cpu set none|rate cpu set {value}",
     .accepts =
         [](uint32_t) {
             return either_form({constant_form(0), constant_form(no_packets),
@@ -217,11 +219,13 @@ struct Direction {
 constexpr Direction egress{"egress", egress_setting};
 constexpr Direction ingress{"ingress", ingress_setting};
 
+constexpr char nothing_passes[] = "none"; // a limit at 0
+
 // In kbit/s, which is the unit of a number without one. "1.5G" has as many decimals as come out whole.
 Json parse_bit_rate(const std::string &text)
 {
-    if (text == "off")
-        return 0;
+    if (text == "off" || text == "none")
+        return text == "off" ? Json(0) : Json(nothing_passes);
     const size_t unit_at = text.find_first_not_of("0123456789.");
     const std::string unit = unit_at == std::string::npos ? "" : text.substr(unit_at);
     std::string digits = text.substr(0, unit_at);
@@ -240,13 +244,17 @@ Json parse_bit_rate(const std::string &text)
     return rate.is_null() || rate == 0 || rate >= lowest_rate ? rate : Json();
 }
 
-const Kind bit_rate{"a rate such as 64k, 100M or 1.5G, or a number of kbit/s, 64 to 2147483647, or off",
+const Kind bit_rate{"a rate such as 64k, 100M or 1.5G, or a number of kbit/s, 64 to 2147483647, or off, "
+                    "or none to let nothing pass",
                     parse_bit_rate};
 
-const Kind packet_rate{fmt::format("a number of packets per second up to {}, or off", largest_packet_rate),
-                       [](const std::string &text) {
-                           return text == "off" ? Json(0) : number(0, largest_packet_rate).parse(text);
-                       }};
+const Kind packet_rate{
+    fmt::format("a number of packets per second up to {}, or off, or none on class B", largest_packet_rate),
+    [](const std::string &text) -> Json {
+        if (text == "none")
+            return no_packets;
+        return text == "off" ? Json(0) : number(0, largest_packet_rate).parse(text);
+    }};
 
 // A line of its own, when the switch rounds.
 std::string rounding(const Json &asked, const Json &used, const char *unit)
@@ -292,12 +300,13 @@ bool egress_of_cpu_port_is_on() { return is_class_b() && is_on(egress_setting.re
 
 Report set(const Direction &direction, const Arguments &arguments)
 {
-    const Json &rate = arguments["RATE"];
     const Json &burst = arguments["--burst"];
+    const bool switches_off = arguments["RATE"] == 0;
+    const Json rate = arguments["RATE"] == nothing_passes ? Json(0) : arguments["RATE"];
     const bool counted = counts_packets();
     Report report = set_ports(arguments, "", [&](uint32_t port) {
         change(direction.setting, port,
-               rate == 0 ? Json{{"rate", 0}} : Json{{"rate", rate}, {"burst", burst}});
+               switches_off ? Json{{"rate", 0}} : Json{{"rate", rate}, {"burst", burst}});
         Json limit = limit_of(direction, port);
         limit["asked_rate"] = rate;
         limit["asked_burst"] = burst;
@@ -325,9 +334,10 @@ Report show_cpu(const Arguments &)
 Report set_cpu(const Arguments &arguments)
 {
     const Json &rate = arguments["RATE"];
-    if (is_class_a() && rate == 0)
+    const Json asked = rate == no_packets ? Json(0) : rate;
+    if (is_class_a() && asked == 0)
         throw Refused{"the switch is of class A: it can't turn the CPU port's limit off"};
-    if (is_class_b() && rate > largest_class_b_packet_rate)
+    if (is_class_b() && rate.is_number() && rate > largest_class_b_packet_rate)
         throw Refused{
             fmt::format("the switch is of class B: its CPU port takes at most {} packets per second",
                         largest_class_b_packet_rate)};
@@ -339,8 +349,8 @@ Report set_cpu(const Arguments &arguments)
         return done("CPU port: packet limit off" + ended, std::move(value));
     const std::string sentence =
         fmt::format("CPU port: limited to {} packets/s{}{}", value["packet_rate"].dump(),
-                    rounding(rate, value["packet_rate"], "packets/s"), ended);
-    value["asked_packet_rate"] = rate;
+                    rounding(asked, value["packet_rate"], "packets/s"), ended);
+    value["asked_packet_rate"] = asked;
     return done(sentence, std::move(value));
 }
 

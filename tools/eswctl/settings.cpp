@@ -18,11 +18,13 @@ constexpr Omission omitted[] = {
     {"classes of PCPs, which no device supports", "eth_cosq_port_pcp2tc_set"},
     {"learned addresses", ""},
     {"registers that have no setting of their own",
-     "esw_reg_mask_set esw_reg_write32_masked esw_reg_write64_masked esw_reg_write_masked"},
+     "esw_reg_write esw_reg_mask_set esw_reg_mask_clear esw_reg_write32_masked esw_reg_write64_masked "
+     "esw_reg_write_masked"},
     {"what only fills a rule in memory",
      "eth_cfp_util_rule_t_rate_set eth_cfp_util_rule_t_rate_mode_set "
      "eth_cfp_util_rule_t_rate_policer_action_set eth_cfp_util_rule_t_rate_color_mode_set "
-     "eth_cfp_util_rule_t_eir_set eth_cfp_util_rule_t_cir_set"},
+     "eth_cfp_util_rule_t_eir_set eth_cfp_util_rule_t_cir_set ethCfpRuleAction ethCfpRuleActionDst "
+     "ethCfpRuleActionChangeTc ethCfpRuleActionChainId ethCfpRuleActionVlanBypass ethCfpRuleActionDropAll"},
 };
 
 } // namespace

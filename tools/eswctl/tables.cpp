@@ -79,7 +79,7 @@ constexpr Setting addresses[] = {
     {.path = "l2.static",
      .words = "static address {mac}, VID {vid}",
      .calls = "eth_l2_addr_add",
-     .commands = "first: arl flush --static\narl add {mac} {vid} {ports} --static --tc {traffic_class}",
+     .commands = "first: arl flush --static --yes\narl add {mac} {vid} {ports} --static --tc {traffic_class}",
      .accepts = address_form,
      .read = read_static_addresses,
      .write = write_address,
@@ -90,7 +90,7 @@ constexpr Setting addresses[] = {
     {.path = "l2.cache",
      .words = "L2 cache slot {slot}",
      .calls = "eth_l2_cache_set",
-     .commands = "first: l2cache clear\nl2cache set {mac} {data} --slot {slot}",
+     .commands = "first: l2cache clear --yes\nl2cache set {mac} {data} --slot {slot}",
      .accepts =
          [](uint32_t) {
              return record_form(
@@ -142,7 +142,8 @@ constexpr Setting vlans = {
     .path = "vlan.table",
     .words = "vlan {vid}",
     .calls = "eth_vlan_create eth_vlan_port_add set_vid",
-    .commands = "first: vlan destroy-all\nvlan create {vid}\nvlan set {vid} {members} untagged {untagged}",
+    .commands =
+        "first: vlan destroy-all --yes\nvlan create {vid}\nvlan add {vid} {members} untagged {untagged}",
     .accepts =
         [](uint32_t) {
             return record_form(
@@ -267,7 +268,8 @@ constexpr Setting field_processor_settings[] = {
     {.path = "cfp.rules",
      .words = "cfp slot {slot}",
      .calls = "eth_cfp_rule_set",
-     .commands = "first: cfp clear\ncfp set {slot} --words {data},{mask},{action},{policer},{ext_a},{ext_b}",
+     .commands =
+         "first: cfp clear --yes\ncfp set {slot} --words {data},{mask},{action},{policer},{ext_a},{ext_b}",
      .accepts = rule_form,
      .read = read_rules,
      .write =
@@ -280,7 +282,11 @@ constexpr Setting field_processor_settings[] = {
     {.path = "cfp.udf",
      .words = "UDF selector",
      .calls = "eth_cfp_udf_set",
-     .commands = "udf",
+     .commands = "cfp udf set a0 {0-8}\ncfp udf set a1 {9-17}\n"
+                 "cfp udf set a2 {18-26}\ncfp udf set b0 {27-35}\n"
+                 "cfp udf set b1 {36-44}\ncfp udf set b2 {45-53}\n"
+                 "cfp udf set c0 {54-62}\ncfp udf set c1 {63-71}\n"
+                 "cfp udf set c2 {72-80}\ncfp udf set d {81-92}",
      .accepts = [](uint32_t) { return array_form(sizeof(eth_cfp_udf_t), hex_form(8)); },
      .read = read_selectors,
      .write = write_selectors},

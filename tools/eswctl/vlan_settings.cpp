@@ -200,7 +200,7 @@ constexpr Setting translations_setting = {
     .words = "translation of port {port}, index {index}",
     .devices = Devices::translating,
     .calls = "eth_vlan_evt_add",
-    .commands = "first: vlan translate clear\nvlan translate add {port} {index} {vid} --code {code}",
+    .commands = "first: vlan translate clear --yes\nvlan translate add {port} {index} {vid} --code {code}",
     .accepts =
         [](uint32_t) {
             return record_form({{"port", numbers_form({0, 1, 8})},
