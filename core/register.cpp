@@ -2,6 +2,7 @@
 #include "core/register.h"
 
 #include <bit>
+#include <cstdio>
 #include <cstring>
 
 #include <esw/core.h>
@@ -15,10 +16,13 @@ static_assert(std::endian::native == std::endian::little, "operands and requests
 
 enum : uint32_t { width_of_read32 = 32, width_of_all_others = 64 }; // in requests
 
-uint64_t read(Address reg, uint32_t width, const char *message)
+uint64_t read(Address reg, uint32_t width)
 {
-    const Answer answer = transfer(request_read, static_cast<uint32_t>(reg) | width, 0, message);
-    return answer.failure ? ~uint64_t{0} : answer.value;
+    Request request{.value = 0, .target = static_cast<uint32_t>(reg) | width};
+    if (send(request_read, request) == 0)
+        return request.value;
+    perror(width == width_of_read32 ? "ESW: read32 error !\n" : "ESW: read error !\n");
+    return ~uint64_t{0};
 }
 
 template <typename T>
@@ -34,18 +38,17 @@ int32_t write_masked(Address reg, uint64_t mask, uint64_t value, bool wide)
 
 } // namespace
 
-uint32_t read32(Address reg)
-{
-    return static_cast<uint32_t>(read(reg, width_of_read32, "ESW: read32 error !\n"));
-}
+uint32_t read32(Address reg) { return static_cast<uint32_t>(read(reg, width_of_read32)); }
 
-uint64_t read64(Address reg) { return read(reg, width_of_all_others, "ESW: read error !\n"); }
+uint64_t read64(Address reg) { return read(reg, width_of_all_others); }
 
 int32_t write(Address reg, uint64_t value)
 {
-    const Answer answer = transfer(request_write, static_cast<uint32_t>(reg) | width_of_all_others, value,
-                                   "ESW: write error !\n");
-    return answer.failure ? ETH_E_FAIL : ETH_E_NONE;
+    Request request{.value = value, .target = static_cast<uint32_t>(reg) | width_of_all_others};
+    if (send(request_write, request) == 0)
+        return ETH_E_NONE;
+    perror("ESW: write error !\n");
+    return ETH_E_FAIL;
 }
 
 uint32_t read_field(Place place) { return field_of(place).get(read32(register_of(place))); }

@@ -2,7 +2,12 @@
 // The one way to the drivers.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+
+#include <sys/ioctl.h>
+
+#include <esw/core.h>
 
 #include "core/wire.h"
 
@@ -13,13 +18,19 @@ void address_requests_to(const char *ifname);
 // Replaces the name only.
 void readdress_requests_to(const char *ifname);
 
-struct Answer {
+// A RegisterRequest in two words, so that its padding is zero.
+struct Request {
     uint64_t value;
-    int32_t failure; // 0 when it was done
+    uint64_t target; // the three bytes that name what is accessed: width, page and offset, from the lowest up
 };
+static_assert(sizeof(Request) == sizeof(RegisterRequest) && offsetof(RegisterRequest, width) == 8);
 
-// Sends one register request by the route that gFd chooses now. `target` holds the three bytes that name what
-// is accessed: width, page and offset, from the lowest up. A failure is reported with `message`.
-Answer transfer(unsigned long number, uint64_t target, uint64_t value, const char *message);
+int32_t send_by_interface(RequestNumber number, void *request);
+
+// Sends a register request by the route that gFd chooses now. 0 when it was done.
+inline int32_t send(RequestNumber number, Request &request)
+{
+    return gFd > 0 ? ioctl(gFd, number, &request) : send_by_interface(number, &request);
+}
 
 } // namespace esw
