@@ -84,10 +84,11 @@ int32_t choose_bin(uint64_t key) ESW_REQUIRES(switch_mutex)
 
 void eth_l2_addr_t_init(eth_l2_addr_t *addr, const uint8_t mac[6], uint16_t vid)
 {
-    eth_l2_addr_t fresh{};
-    memcpy(fresh.mac, mac, sizeof fresh.mac);
-    fresh.vid = vid;
-    *addr = fresh;
+    uint8_t copy[sizeof addr->mac]; // the address may lie in the record
+    memcpy(copy, mac, sizeof copy);
+    *addr = {};
+    memcpy(addr->mac, copy, sizeof copy);
+    addr->vid = vid;
 }
 
 int32_t eth_l2_addr_add(eth_l2_addr_t *addr)
