@@ -214,7 +214,7 @@ int32_t flush(const Json &port, const Json &vid, bool static_too)
     return eth_l2_addr_delete_by_vlan_port(vid.get<uint16_t>(), 0, port.get<uint32_t>(), static_too);
 }
 
-Report flush(const Arguments &arguments)
+Report flush_table(const Arguments &arguments)
 {
     const Json &port = arguments["--port"];
     const Json &vid = arguments["--vid"];
@@ -247,43 +247,26 @@ Report bin_full(const Arguments &arguments)
 
 Family arl_family()
 {
-    const Argument mac{"MAC", "MAC address", mac_address(), true};
-    const Argument in_vlan{"VID", "VLAN, 0 to 4095", vid(), true};
-    const Argument of_port{"--port", "only those of this port", any_port()};
-    const Argument of_vlan{"--vid", "only those of this VLAN", vid()};
-    return {"arl",
-            "The address table: where the switch sends frames",
-            {
-                {"arl show",
-                 "Show the addresses in the table",
-                 {of_port,
-                  of_vlan,
-                  {"--static", "only static addresses", {}},
-                  {"--dynamic", "only dynamic addresses", {}}},
-                 show},
-                {"arl add",
-                 "Add an address, or change it; in a full bucket it replaces a dynamic one",
-                 {mac,
-                  in_vlan,
-                  {"PORTS", "0, 1 or 8; for a multicast address a set such as 0,8", port_set(), true},
-                  {"--static", "the address is never replaced, and stays until it is deleted", {}},
-                  {"--tc", "traffic class, 0 to 7 (default 0)", number(0, 7), false, false, 0}},
-                 add},
-                {"arl del", "Delete an address", {mac, in_vlan}, remove},
-                {"arl find",
-                 "Show where an address is, in one VLAN or in all, and in which bin of its bucket",
-                 {mac, {"VID", "VLAN, 0 to 4095", vid()}},
-                 find},
-                {"arl flush",
-                 "Remove the dynamic addresses, or with --static all of them",
-                 {of_port, of_vlan, {"--static", "static addresses too", {}}},
-                 [](const Arguments &arguments) { return flush(arguments); },
-                 true},
-                {"arl bin-full",
-                 "Show how often a bucket was full, and show or set bin-full forwarding",
-                 {{"STATE", "on or off: bin-full forwarding", on_off()}},
-                 bin_full},
-            }};
+    const Argument mac = required("MAC", "MAC address", mac_address());
+    const Argument in_vlan = required("VID", "VLAN, 0 to 4095", vid());
+    const Argument of_port = optional("--port", "only those of this port", any_port());
+    const Argument of_vlan = optional("--vid", "only those of this VLAN", vid());
+    Family family{"arl", "The address table: where the switch sends frames"};
+    family.add("arl show", "Show the addresses in the table", show, of_port, of_vlan,
+               flag("--static", "only static addresses"), flag("--dynamic", "only dynamic addresses"));
+    family.add("arl add", "Add an address, or change it; in a full bucket it replaces a dynamic one", add,
+               mac, in_vlan,
+               required("PORTS", "0, 1 or 8; for a multicast address a set such as 0,8", port_set()),
+               flag("--static", "the address is never replaced, and stays until it is deleted"),
+               optional("--tc", "traffic class, 0 to 7 (default 0)", number(0, 7), 0));
+    family.add("arl del", "Delete an address", remove, mac, in_vlan);
+    family.add("arl find", "Show where an address is, in one VLAN or in all, and in which bin of its bucket",
+               find, mac, optional("VID", "VLAN, 0 to 4095", vid()));
+    family.add_asking("arl flush", "Remove the dynamic addresses, or with --static all of them", flush_table,
+                      of_port, of_vlan, flag("--static", "static addresses too"));
+    family.add("arl bin-full", "Show how often a bucket was full, and show or set bin-full forwarding",
+               bin_full, optional("STATE", "on or off: bin-full forwarding", on_off()));
+    return family;
 }
 
 } // namespace eswctl

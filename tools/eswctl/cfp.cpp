@@ -170,9 +170,10 @@ Report unpark(const Arguments &arguments)
     return write_rule(arguments["SLOT"].get<int32_t>(), rule);
 }
 
-Report enable(const Arguments &arguments, bool on)
+template <bool on>
+Report enable(const Arguments &arguments)
 {
-    return set_ports(arguments, fmt::format("CFP {}", on ? "enabled" : "disabled"), [=](uint32_t port) {
+    return set_ports(arguments, fmt::format("CFP {}", on ? "enabled" : "disabled"), [](uint32_t port) {
         check(eth_cfp_enable_set(port, on), fmt::format("switch the field processor of port {}", port));
         return Json{{"enabled", on}};
     });
@@ -182,46 +183,32 @@ Report enable(const Arguments &arguments, bool on)
 
 Family cfp_family()
 {
-    const Argument one_slot{"SLOT", "slot, 0 to 63", any_slot(), true};
-    const Argument some_slot{"SLOT", "slot, 0 to 63, or auto for the next free one", slot_or_auto(), true};
-    const Argument maybe_slot{"SLOT", "slot, 0 to 63", any_slot()};
+    const Argument one_slot = required("SLOT", "slot, 0 to 63", any_slot());
+    const Argument some_slot =
+        required("SLOT", "slot, 0 to 63, or auto for the next free one", slot_or_auto());
+    const Argument maybe_slot = optional("SLOT", "slot, 0 to 63", any_slot());
     const Argument ports = ports_to_switch(any_ports());
-    const Argument file{"FILE", "JSON file", file_name(), true};
-    std::vector<Argument> set_arguments = {
-        some_slot,
-        {"--from", "JSON file with one rule; options change it", file_name()},
-        {"--keep", "begin with the rule that the slot holds, or with a fresh one where it is free", {}}};
-    std::ranges::move(rule_options(), std::back_inserter(set_arguments));
-    Family family{
-        "cfp",
-        "Field processor: rules that match frames and act on them",
-        {
-            {"cfp show",
-             "Show the rule of one slot, or of all that are used",
-             {maybe_slot, {"--raw", "the words in place of what they mean", {}}},
-             show},
-            {"cfp set", "Write a rule", set_arguments, set},
-            {"cfp del", "Delete the rule of a slot", {one_slot}, remove},
-            {"cfp clear", "Delete all rules", {}, clear, true},
-            {"cfp init", "Delete all rules and set the default UDF layout", {}, initialise, true},
-            {"cfp enable",
-             "Apply the rules to ports",
-             {ports},
-             [](const Arguments &a) { return enable(a, true); }},
-            {"cfp disable",
-             "Apply the rules to ports no longer",
-             {ports},
-             [](const Arguments &a) { return enable(a, false); }},
-            {"cfp park", "Park a slot's rule in the rule file, or show the parked one", {maybe_slot}, park},
-            {"cfp unpark", "Write the parked rule to a slot", {some_slot}, unpark},
-            {"cfp save", "Save rules, UDF selectors and enabled ports in a file", {file}, save_rules},
-            {"cfp restore",
-             "Make rules, UDF selectors and enabled ports a file's, changing only what differs",
-             {file},
-             restore_rules,
-             true},
-        }};
-    std::ranges::move(cfp_udf_commands(), std::back_inserter(family.commands));
+    const Argument file = required("FILE", "JSON file", file_name());
+    Family family{"cfp", "Field processor: rules that match frames and act on them"};
+    family.add("cfp show", "Show the rule of one slot, or of all that are used", show, maybe_slot,
+               flag("--raw", "the words in place of what they mean"));
+    Command &set_rule = family.add(
+        "cfp set", "Write a rule", set, some_slot,
+        optional("--from", "JSON file with one rule; options change it", file_name()),
+        flag("--keep", "begin with the rule that the slot holds, or with a fresh one where it is free"));
+    std::ranges::move(rule_options(), std::back_inserter(set_rule.arguments));
+    family.add("cfp del", "Delete the rule of a slot", remove, one_slot);
+    family.add_asking("cfp clear", "Delete all rules", clear);
+    family.add_asking("cfp init", "Delete all rules and set the default UDF layout", initialise);
+    family.add("cfp enable", "Apply the rules to ports", enable<true>, ports);
+    family.add("cfp disable", "Apply the rules to ports no longer", enable<false>, ports);
+    family.add("cfp park", "Park a slot's rule in the rule file, or show the parked one", park, maybe_slot);
+    family.add("cfp unpark", "Write the parked rule to a slot", unpark, some_slot);
+    family.add("cfp save", "Save rules, UDF selectors and enabled ports in a file", save_rules, file);
+    family.add_asking("cfp restore",
+                      "Make rules, UDF selectors and enabled ports a file's, changing only what differs",
+                      restore_rules, file);
+    add_udf_commands(family);
     return family;
 }
 

@@ -96,20 +96,16 @@ void change_udfs(eth_cfp_udf_t &udf, const Json &udfs)
     }
 }
 
-std::vector<Command> cfp_udf_commands()
+void add_udf_commands(Family &family)
 {
-    return {
-        {"cfp udf", "User-defined fields of the keys", {}, {}},
-        {"cfp udf show", "Show the selectors", {}, show},
-        {"cfp udf set",
-         "Set selectors of one field; the others stay",
-         {{"UDF", "a0 to a2, b0 to b2, c0 to c2 (9 selectors each) or d (12)", choice(names), true},
-          {"SELECTOR", "selector, 0 to 0xff", number(0, 0xFF), true, true},
-          {"--at", "position of the first one given", number(0, 11), false, false, 0}},
-         set},
-        {"cfp udf init", "Set all selectors to the library's default layout", {}, reset, true},
-        {"cfp udf clear", "Set all selectors to 0", {}, clear, true},
-    };
+    family.group("cfp udf", "User-defined fields of the keys");
+    family.add("cfp udf show", "Show the selectors", show);
+    family.add("cfp udf set", "Set selectors of one field; the others stay", set,
+               required("UDF", "a0 to a2, b0 to b2, c0 to c2 (9 selectors each) or d (12)", choice(names)),
+               several(required("SELECTOR", "selector, 0 to 0xff", number(0, 0xFF))),
+               optional("--at", "position of the first one given", number(0, 11), 0));
+    family.add_asking("cfp udf init", "Set all selectors to the library's default layout", reset);
+    family.add_asking("cfp udf clear", "Set all selectors to 0", clear);
 }
 
 } // namespace eswctl

@@ -22,6 +22,12 @@ struct Argument {
     Json fallback = nullptr;
 };
 
+Argument required(const std::string &name, const std::string &help, const Kind &kind);
+Argument optional(const std::string &name, const std::string &help, const Kind &kind,
+                  const Json &fallback = nullptr);
+Argument flag(const std::string &name, const std::string &help);
+Argument several(Argument argument);
+
 // The values given, by argument name. Absent ones hold their fallback.
 using Arguments = Json;
 
@@ -40,7 +46,28 @@ struct Command {
 struct Family {
     std::string noun; // empty for commands of a single word
     std::string summary;
-    std::vector<Command> commands;
+    std::vector<Command> commands = {};
+
+    template <typename... Some>
+    Command &add(const std::string &words, const std::string &what, decltype(Command::run) run,
+                 Some &&...arguments)
+    {
+        Command &command = commands.emplace_back(Command{words, what, {}, std::move(run)});
+        command.arguments.reserve(sizeof...(arguments));
+        (command.arguments.push_back(std::forward<Some>(arguments)), ...);
+        return command;
+    }
+    template <typename... Some>
+    void add_asking(const Some &...some)
+    {
+        add(some...).asks = true;
+    }
+    template <typename... Some>
+    void add_watch(const Some &...some)
+    {
+        add(some...).goes_on = true;
+    }
+    void group(const std::string &words, const std::string &what) { add(words, what, {}); }
 };
 
 } // namespace eswctl

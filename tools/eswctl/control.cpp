@@ -125,23 +125,18 @@ Settings control_settings() { return {&setting, 1}; }
 
 Family control_family()
 {
-    const Argument type{"TYPE", "control type: 0 to 29, but not 17 or 26", control_type(), true};
+    const Argument type = required("TYPE", "control type: 0 to 29, but not 17 or 26", control_type());
     Argument types = type;
     types.repeated = true;
     Argument maybe_types = types;
     maybe_types.required = false;
-    return {
-        "control",
-        "Numbered switch-wide settings",
-        {
-            {"control show", "Show controls, or all of them", {maybe_types}, show},
-            {"control list", "Show all controls", {}, show},
-            {"control get", "Show single controls", {types}, show},
-            {"control set",
-             "Set a control",
-             {type, {"VALUE", "bit: 0 or 1; value: a number; code: 2, 4 or 8", number(0, UINT32_MAX), true}},
-             set},
-        }};
+    Family family{"control", "Numbered switch-wide settings"};
+    family.add("control show", "Show controls, or all of them", show, maybe_types);
+    family.add("control list", "Show all controls", show);
+    family.add("control get", "Show single controls", show, types);
+    family.add("control set", "Set a control", set, type,
+               required("VALUE", "bit: 0 or 1; value: a number; code: 2, 4 or 8", number(0, UINT32_MAX)));
+    return family;
 }
 
 } // namespace eswctl

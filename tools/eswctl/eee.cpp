@@ -59,15 +59,11 @@ Report set(const Arguments &arguments)
 
 Family eee_family()
 {
-    return {"eee",
-            "Energy Efficient Ethernet of ports 0 and 1, through the driver of eth0",
-            {
-                {"eee show", "Show the settings of ports", {ports_to_show(phy_ports())}, show},
-                {"eee set",
-                 "Switch it on or off",
-                 {ports_required(phy_ports()), {"STATE", "on or off", on_off(), true}},
-                 set},
-            }};
+    Family family{"eee", "Energy Efficient Ethernet of ports 0 and 1, through the driver of eth0"};
+    family.add("eee show", "Show the settings of ports", show, ports_to_show(phy_ports()));
+    family.add("eee set", "Switch it on or off", set, ports_required(phy_ports()),
+               required("STATE", "on or off", on_off()));
+    return family;
 }
 
 } // namespace eswctl

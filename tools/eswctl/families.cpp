@@ -25,6 +25,24 @@ constexpr Entry entries[] = {
 
 } // namespace
 
+Argument required(const std::string &name, const std::string &help, const Kind &kind)
+{
+    return {name, help, kind, true};
+}
+
+Argument optional(const std::string &name, const std::string &help, const Kind &kind, const Json &fallback)
+{
+    return {name, help, kind, false, false, fallback};
+}
+
+Argument flag(const std::string &name, const std::string &help) { return {name, help, {}}; }
+
+Argument several(Argument argument)
+{
+    argument.repeated = true;
+    return argument;
+}
+
 const Family *family(const std::string &noun)
 {
     static std::optional<Family> made[std::size(entries)];

@@ -36,8 +36,8 @@ Family control_family();
 Family cfp_family();
 
 // The rest of a family whose commands fill more than one file.
-std::vector<Command> vlan_setting_commands();
-std::vector<Command> cfp_udf_commands();
+void add_vlan_settings(Family &family);
+void add_udf_commands(Family &family);
 std::vector<Command> configuration_commands();
 
 Report overview(const Arguments &arguments);

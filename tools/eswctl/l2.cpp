@@ -168,55 +168,40 @@ Json read_bin_full_forwarding(uint32_t)
 
 Family aging_family()
 {
-    const Argument time{"TIME", "age time, 1 to 1048575; 0 switches aging off", number(0, last_age_time),
-                        true};
-    return {"aging",
-            "How long learned addresses stay in the table",
-            {
-                {"aging show", "Show the age time", {}, show_aging},
-                {"aging set", "Set the age time and switch aging on, or off with 0", {time}, set_aging},
-            }};
+    const Argument time =
+        required("TIME", "age time, 1 to 1048575; 0 switches aging off", number(0, last_age_time));
+    Family family{"aging", "How long learned addresses stay in the table"};
+    family.add("aging show", "Show the age time", show_aging);
+    family.add("aging set", "Set the age time and switch aging on, or off with 0", set_aging, time);
+    return family;
 }
 
 Family mcast_family()
 {
-    return {"mcast",
-            "Multicast learning",
-            {
-                {"mcast show", "Show multicast learning and the whole control register", {}, show_mcast},
-                {"mcast learn",
-                 "Switch the learning of multicast addresses",
-                 {{"STATE", "on or off", on_off(), true}},
-                 set_mcast_learning},
-                {"mcast control",
-                 "Write the whole control register; bit 7 is learning",
-                 {{"VALUE", "0 to 0xff", number(0, 0xFF), true}},
-                 set_mcast_control},
-            }};
+    Family family{"mcast", "Multicast learning"};
+    family.add("mcast show", "Show multicast learning and the whole control register", show_mcast);
+    family.add("mcast learn", "Switch the learning of multicast addresses", set_mcast_learning,
+               required("STATE", "on or off", on_off()));
+    family.add("mcast control", "Write the whole control register; bit 7 is learning", set_mcast_control,
+               required("VALUE", "0 to 0xff", number(0, 0xFF)));
+    return family;
 }
 
 Family bpdu_family()
 {
-    return {"bpdu",
-            "The multicast address that bridges talk to each other on",
-            {
-                {"bpdu show", "Show the BPDU address", {}, show_bpdu},
-                {"bpdu set", "Set the BPDU address", {{"MAC", "MAC address", mac_address(), true}}, set_bpdu},
-            }};
+    Family family{"bpdu", "The multicast address that bridges talk to each other on"};
+    family.add("bpdu show", "Show the BPDU address", show_bpdu);
+    family.add("bpdu set", "Set the BPDU address", set_bpdu, required("MAC", "MAC address", mac_address()));
+    return family;
 }
 
 Family protect_family()
 {
-    return {
-        "protect",
-        "Protected ports",
-        {
-            {"protect show", "Show which ports are protected", {ports_to_show(any_ports())}, show_protection},
-            {"protect set",
-             "Protect ports, or end their protection",
-             {ports_required(any_ports()), {"STATE", "on or off", on_off(), true}},
-             set_protection},
-        }};
+    Family family{"protect", "Protected ports"};
+    family.add("protect show", "Show which ports are protected", show_protection, ports_to_show(any_ports()));
+    family.add("protect set", "Protect ports, or end their protection", set_protection,
+               ports_required(any_ports()), required("STATE", "on or off", on_off()));
+    return family;
 }
 
 } // namespace eswctl

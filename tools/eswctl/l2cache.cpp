@@ -65,19 +65,15 @@ Report clear(const Arguments &)
 Family l2_cache_family()
 {
     const Kind slot = number(0, slots - 1);
-    return {"l2cache",
-            "The L2 cache: six slots of a MAC address and a data word",
-            {
-                {"l2cache show", "Show the slots in use", {}, show},
-                {"l2cache set",
-                 "Write an entry into a slot, or into the first free one",
-                 {{"MAC", "MAC address", mac_address(), true},
-                  {"DATA", "data word, 32 bits", number(0, UINT32_MAX), true},
-                  {"--slot", "slot, 0 to 5, in use or not", slot, false, false, first_free}},
-                 set},
-                {"l2cache del", "Free a slot", {{"SLOT", "slot, 0 to 5", slot, true}}, remove},
-                {"l2cache clear", "Free all slots", {}, clear, true},
-            }};
+    Family family{"l2cache", "The L2 cache: six slots of a MAC address and a data word"};
+    family.add("l2cache show", "Show the slots in use", show);
+    family.add("l2cache set", "Write an entry into a slot, or into the first free one", set,
+               required("MAC", "MAC address", mac_address()),
+               required("DATA", "data word, 32 bits", number(0, UINT32_MAX)),
+               optional("--slot", "slot, 0 to 5, in use or not", slot, first_free));
+    family.add("l2cache del", "Free a slot", remove, required("SLOT", "slot, 0 to 5", slot));
+    family.add_asking("l2cache clear", "Free all slots", clear);
+    return family;
 }
 
 } // namespace eswctl

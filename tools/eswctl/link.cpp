@@ -138,27 +138,19 @@ Family link_family()
     Kind command = text("a shell command");
     command.name = "COMMAND";
     const Argument ports = ports_to_show(any_ports());
-    return {
-        "link",
-        "Links: up or down, speed, duplex and pause",
-        {
-            {"link show", "Show the links of ports", {ports}, show},
-            {"link watch",
-             "Tell each change of a link as it comes, until Ctrl-C",
-             {ports,
-              {"--count", "end after so many changes", number(1, UINT32_MAX)},
-              {"--time", "stamp each change with the time, in UTC", {}},
-              {"--exec",
-               "run a shell command for each change, with ESW_PORT, ESW_LINK, ESW_SPEED and ESW_DUPLEX in "
-               "its "
-               "environment",
-               command},
-              {"--interval", "between two looks (default 1)", number(1, 3600, "seconds"), false, false, 1}},
-             watch,
-             false,
-             false,
-             true},
-        }};
+    Family family{"link", "Links: up or down, speed, duplex and pause"};
+    family.add("link show", "Show the links of ports", show, ports);
+    family.add_watch(
+        "link watch", "Tell each change of a link as it comes, until Ctrl-C", watch, ports,
+        optional("--count", "end after so many changes", number(1, UINT32_MAX)),
+        flag("--time", "stamp each change with the time, in UTC"),
+        optional("--exec",
+                 "run a shell command for each change, with ESW_PORT, ESW_LINK, ESW_SPEED and ESW_DUPLEX in "
+                 "its "
+                 "environment",
+                 command),
+        optional("--interval", "between two looks (default 1)", number(1, 3600, "seconds"), 1));
+    return family;
 }
 
 } // namespace eswctl

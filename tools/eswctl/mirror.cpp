@@ -124,7 +124,7 @@ Json state_of(const Instance &direction)
             {"mac", mac_setting.read(direction.number)}};
 }
 
-Report state()
+Report state(const Arguments & = {})
 {
     Report report = record({{"enabled", "enabled"}, {"to", "capture port"}},
                            {{"enabled", shown(enabled_setting)}, {"to", shown(to_setting)}});
@@ -179,7 +179,8 @@ Report set(const Arguments &arguments)
     return changed(fmt::format("{} mirroring set", direction), state());
 }
 
-Report switch_mirroring(bool on)
+template <bool on>
+Report switch_mirroring(const Arguments &)
 {
     change(enabled_setting, 0, on);
     return done(on ? "mirroring on" : "mirroring off", {{"enabled", on}});
@@ -191,36 +192,26 @@ Settings mirror_settings() { return settings; }
 
 Family mirror_family()
 {
-    return {
-        "mirror",
-        "Copies of received (ingress) and sent (egress) frames to a capture port",
-        {
-            {"mirror show", "Show the mirroring", {}, [](const Arguments &) { return state(); }},
-            {"mirror to",
-             "Mirror to a port: mirror to 8 ingress 0,1 egress 1",
-             {{"PORT", "capture port: 0, 1 or 8", any_port(), true},
-              {"DIRECTIONS",
-               "ingress PORTS, egress PORTS or both: exactly these ports are mirrored; a direction that is "
-               "not named stays as it is",
-               word_or_ports({"ingress", "egress"}), false, true}},
-             mirror_to},
-            {"mirror on",
-             "Switch mirroring on",
-             {},
-             [](const Arguments &) { return switch_mirroring(true); }},
-            {"mirror off",
-             "Switch mirroring off; all settings stay",
-             {},
-             [](const Arguments &) { return switch_mirroring(false); }},
-            {"mirror set",
-             "Set what a direction mirrors",
-             {{"DIRECTION", "ingress or egress", choice({"ingress", "egress"}), true},
-              {"--ports", "exactly these ports: such as 0,8, or all, or none", port_set()},
-              {"--filter", "0 mirrors every frame; 1 and 2 are the switch's filters", number(0, last_filter)},
-              {"--divider", "the divider's value, 0 to 65535, or off", divider_or_off()},
-              {"--mac", "MAC address that the filters look at", mac_address()}},
-             set},
-        }};
+    Family family{"mirror", "Copies of received (ingress) and sent (egress) frames to a capture port"};
+    family.add("mirror show", "Show the mirroring", state);
+    family.add(
+        "mirror to", "Mirror to a port: mirror to 8 ingress 0,1 egress 1", mirror_to,
+        required("PORT", "capture port: 0, 1 or 8", any_port()),
+        several(optional(
+            "DIRECTIONS",
+            "ingress PORTS, egress PORTS or both: exactly these ports are mirrored; a direction that is "
+            "not named stays as it is",
+            word_or_ports({"ingress", "egress"}))));
+    family.add("mirror on", "Switch mirroring on", switch_mirroring<true>);
+    family.add("mirror off", "Switch mirroring off; all settings stay", switch_mirroring<false>);
+    family.add("mirror set", "Set what a direction mirrors", set,
+               required("DIRECTION", "ingress or egress", choice({"ingress", "egress"})),
+               optional("--ports", "exactly these ports: such as 0,8, or all, or none", port_set()),
+               optional("--filter", "0 mirrors every frame; 1 and 2 are the switch's filters",
+                        number(0, last_filter)),
+               optional("--divider", "the divider's value, 0 to 65535, or off", divider_or_off()),
+               optional("--mac", "MAC address that the filters look at", mac_address()));
+    return family;
 }
 
 } // namespace eswctl

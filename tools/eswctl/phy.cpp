@@ -201,40 +201,29 @@ Report show(const Arguments &arguments)
 Family phy_family()
 {
     const Argument ports = ports_required(phy_ports());
-    const Argument reg{"REGISTER", "register number, 0 to 31", number(0, 31), true};
+    const Argument reg = required("REGISTER", "register number, 0 to 31", number(0, 31));
     Argument registers = reg;
     registers.repeated = true;
-    return {"phy",
-            "PHYs of ports 0 and 1, through the MII requests of the interface that -i names",
-            {
-                {"phy show", "Show what PHYs are, do and offer", {ports_to_show(phy_ports())}, show},
-                {"phy read", "Read registers", {ports, registers}, show_registers},
-                {"phy write",
-                 "Write a register",
-                 {ports, reg, {"VALUE", "value, 0 to 0xffff", number(0, 0xFFFF), true}},
-                 write},
-                {"phy power",
-                 "Power PHYs up or down (class B): without power they have no link",
-                 {ports, {"STATE", "on or off", on_off(), true}},
-                 power},
-            }};
+    Family family{"phy", "PHYs of ports 0 and 1, through the MII requests of the interface that -i names"};
+    family.add("phy show", "Show what PHYs are, do and offer", show, ports_to_show(phy_ports()));
+    family.add("phy read", "Read registers", show_registers, ports, registers);
+    family.add("phy write", "Write a register", write, ports, reg,
+               required("VALUE", "value, 0 to 0xffff", number(0, 0xFFFF)));
+    family.add("phy power", "Power PHYs up or down (class B): without power they have no link", power, ports,
+               required("STATE", "on or off", on_off()));
+    return family;
 }
 
 Family speed_family()
 {
-    return {"speed",
-            "Speed of ports",
-            {
-                {"speed show",
-                 "Show the speed of the ports that have a link",
-                 {ports_to_show(any_ports())},
-                 show_speed},
-                {"speed set",
-                 "Make the PHYs of ports link at a speed (class B); link show tells what came of it",
-                 {ports_required(phy_ports()),
-                  {"SPEED", "10, 100 or 1000, in Mb/s", one_of({10, 100, 1000}), true}},
-                 set_speed},
-            }};
+    Family family{"speed", "Speed of ports"};
+    family.add("speed show", "Show the speed of the ports that have a link", show_speed,
+               ports_to_show(any_ports()));
+    family.add("speed set",
+               "Make the PHYs of ports link at a speed (class B); link show tells what came of it", set_speed,
+               ports_required(phy_ports()),
+               required("SPEED", "10, 100 or 1000, in Mb/s", one_of({10, 100, 1000})));
+    return family;
 }
 
 } // namespace eswctl

@@ -175,9 +175,10 @@ Report show(const Arguments &arguments)
                       state_of);
 }
 
-Report enable(const Arguments &arguments, bool on)
+template <bool on>
+Report enable(const Arguments &arguments)
 {
-    return set_ports(arguments, on ? "enabled" : "disabled", [=](uint32_t port) {
+    return set_ports(arguments, on ? "enabled" : "disabled", [](uint32_t port) {
         check(ethHw_port_enable_set(port, on), fmt::format("switch port {} {}", port, on_or_off(on)));
         return Json{{"enabled", on}};
     });
@@ -230,36 +231,25 @@ Family port_family()
     const Argument ports = ports_required(any_ports());
     const Argument several = ports_to_switch(any_ports());
     const Argument with_phy = ports_required(phy_ports());
-    return {
-        "port",
-        "Switch ports, their MACs and spanning-tree states; frame size",
-        {
-            {"port show",
-             "Show the state of ports: what enable and disable have set, and whether the library reads them "
-             "as enabled",
-             {ports_to_show(any_ports())},
-             show},
-            {"port enable", "Switch ports on", {several}, [](const Arguments &a) { return enable(a, true); }},
-            {"port disable",
-             "Switch ports off",
-             {several},
-             [](const Arguments &a) { return enable(a, false); }},
-            {"port mac",
-             "Show what the MAC disable bits of ports leave on, or switch it on or off",
-             {with_phy,
-              {"--bit1", "on or off: what bit 1 disables", on_off()},
-              {"--bit0", "on or off: what bit 0 disables", on_off()}},
-             mac},
-            {"port stp",
-             "Show or set the spanning-tree state of ports",
-             {with_phy,
-              {"STATE", "disabled, blocking, listening, learning or forwarding", choice(stp_states)}},
-             stp},
-            {"port frame-max",
-             "Show or set the largest frame of ports; 1518 and 2000 hold for all ports that are not at 9720",
-             {ports, {"BYTES", "1518, 2000 or 9720 bytes", one_of({1518, 2000, 9720})}},
-             frame_max},
-        }};
+    Family family{"port", "Switch ports, their MACs and spanning-tree states; frame size"};
+    family.add(
+        "port show",
+        "Show the state of ports: what enable and disable have set, and whether the library reads them "
+        "as enabled",
+        show, ports_to_show(any_ports()));
+    family.add("port enable", "Switch ports on", enable<true>, several);
+    family.add("port disable", "Switch ports off", enable<false>, several);
+    family.add("port mac", "Show what the MAC disable bits of ports leave on, or switch it on or off", mac,
+               with_phy, optional("--bit1", "on or off: what bit 1 disables", on_off()),
+               optional("--bit0", "on or off: what bit 0 disables", on_off()));
+    family.add(
+        "port stp", "Show or set the spanning-tree state of ports", stp, with_phy,
+        optional("STATE", "disabled, blocking, listening, learning or forwarding", choice(stp_states)));
+    family.add(
+        "port frame-max",
+        "Show or set the largest frame of ports; 1518 and 2000 hold for all ports that are not at 9720",
+        frame_max, ports, optional("BYTES", "1518, 2000 or 9720 bytes", one_of({1518, 2000, 9720})));
+    return family;
 }
 
 } // namespace eswctl

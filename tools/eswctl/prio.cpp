@@ -89,25 +89,17 @@ Family priority_family()
 {
     const Argument ports = ports_required(any_ports());
     const Kind priority = number(0, priorities - 1);
-    return {
-        "prio",
-        "Priorities of frames",
-        {
-            {"prio show", "Show what becomes of each priority at ports", {ports_to_show(any_ports())}, show},
-            {"prio remap", "Replace priorities", {}, {}},
-            {"prio remap show", "The same as prio show", {ports_to_show(any_ports())}, show},
-            {"prio remap set",
-             "Choose what becomes of a priority",
-             {ports,
-              {"PRIORITY", "of the incoming frame, 0 to 7", priority, true},
-              {"NEW", "to use instead, 0 to 7", priority, true}},
-             set},
-            {"prio remap enable",
-             "Switch the remapping of ports on or off",
-             {ports, {"STATE", "on or off", on_off(), true}},
-             enable},
-            {"prio init", "Switch CoS on and classification by DSCP off, on all ports", {}, init},
-        }};
+    Family family{"prio", "Priorities of frames"};
+    family.add("prio show", "Show what becomes of each priority at ports", show, ports_to_show(any_ports()));
+    family.group("prio remap", "Replace priorities");
+    family.add("prio remap show", "The same as prio show", show, ports_to_show(any_ports()));
+    family.add("prio remap set", "Choose what becomes of a priority", set, ports,
+               required("PRIORITY", "of the incoming frame, 0 to 7", priority),
+               required("NEW", "to use instead, 0 to 7", priority));
+    family.add("prio remap enable", "Switch the remapping of ports on or off", enable, ports,
+               required("STATE", "on or off", on_off()));
+    family.add("prio init", "Switch CoS on and classification by DSCP off, on all ports", init);
+    return family;
 }
 
 } // namespace eswctl

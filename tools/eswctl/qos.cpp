@@ -441,68 +441,45 @@ Family qos_family()
     const Kind up_to_7 = number(0, 7);
     const Kind up_to_3 = number(0, 3);
     const Argument ports = ports_required(any_ports());
-    const Argument state{"STATE", "on or off", on_off(), true};
-    const Argument tc{"TC", "traffic class, 0 to 7", up_to_7, true};
-    return {
-        "qos",
-        "Traffic classes and queues",
-        {
-            {"qos show", "Show all of the classes and queues", {}, show},
-            {"qos cosq", "Queues of the whole switch (class A), and CoS of each port", {}, {}},
-            {"qos cosq show", "Show the queues, their scheduler, and which ports have CoS on", {}, show_cosq},
-            {"qos cosq map",
-             "Choose the queue of a priority (class A)",
-             {{"PRIORITY", "0 to 7", up_to_7, true}, {"QUEUE", "0 to 3", up_to_3, true}},
-             map_cosq},
-            {"qos cosq scheduler",
-             "Choose how the queues are served (class A)",
-             {{"MODE", "1, 2 or 3; mode 3 has weights", one_of({1, 2, 3}), true},
-              {"--weights", "of queues 0 to 3, such as 4,3,2,1", list_of(4, number(0, 255))}},
-             schedule_cosq},
-            {"qos cosq enable", "Switch CoS of ports on or off", {ports, state}, enable_cosq},
-            {"qos cosq layer",
-             "Select the layer to classify by (class A); each start of the library, as by eswctl, selects 0",
-             {{"LAYER", "0 to 3", up_to_3, true}},
-             select_layer},
-            {"qos port", "Traffic classes and queues of each port (most of it class B)", {}, {}},
-            {"qos port show",
-             "Show the classes and queues of ports",
-             {ports_to_show(any_ports())},
-             show_port},
-            {"qos port dscp-map", "Traffic classes of DSCPs, the same at all ports", {}, {}},
-            {"qos port dscp-map show", "Show the class of each DSCP", {}, show_dscp_map},
-            {"qos port dscp-map set",
-             "Set the class of a DSCP",
-             {{"DSCP", "0 to 63", number(0, 63), true}, tc},
-             set_dscp},
-            {"qos port dscp-mode",
-             "Switch the classification by DSCP of ports on or off",
-             {ports, state},
-             set_dscp_mode},
-            {"qos port class-source",
-             "Set one of the class source selectors of ports (class B)",
-             {ports, {"INDEX", "0 to 7", up_to_7, true}, {"SOURCE", "0 to 3", up_to_3, true}},
-             set_source},
-            {"qos port queue",
-             "Choose the queue of a class at ports (class B)",
-             {ports, tc, {"QUEUE", "0 to 7", up_to_7, true}},
-             set_queue},
-            {"qos port drop",
-             "Set or clear the drop flag of a class at ports (class B)",
-             {ports, tc, state},
-             set_drop},
-            {"qos port default-class",
-             "Set the class of frames at ports that get none otherwise (class B)",
-             {ports, tc},
-             set_default_class},
-            {"qos port scheduler",
-             "Choose how the queues of ports are served (class B)",
-             {ports,
-              {"MODE", "1, 3 or 7", one_of({1, 3, 7}), true},
-              {"--weights", "of queues 0 to 7, each 1 to 256 (default: as they are)",
-               list_of(classes, number(1, 256))}},
-             schedule_port},
-        }};
+    const Argument state = required("STATE", "on or off", on_off());
+    const Argument tc = required("TC", "traffic class, 0 to 7", up_to_7);
+    Family family{"qos", "Traffic classes and queues"};
+    family.add("qos show", "Show all of the classes and queues", show);
+    family.group("qos cosq", "Queues of the whole switch (class A), and CoS of each port");
+    family.add("qos cosq show", "Show the queues, their scheduler, and which ports have CoS on", show_cosq);
+    family.add("qos cosq map", "Choose the queue of a priority (class A)", map_cosq,
+               required("PRIORITY", "0 to 7", up_to_7), required("QUEUE", "0 to 3", up_to_3));
+    family.add("qos cosq scheduler", "Choose how the queues are served (class A)", schedule_cosq,
+               required("MODE", "1, 2 or 3; mode 3 has weights", one_of({1, 2, 3})),
+               optional("--weights", "of queues 0 to 3, such as 4,3,2,1", list_of(4, number(0, 255))));
+    family.add("qos cosq enable", "Switch CoS of ports on or off", enable_cosq, ports, state);
+    family.add(
+        "qos cosq layer",
+        "Select the layer to classify by (class A); each start of the library, as by eswctl, selects 0",
+        select_layer, required("LAYER", "0 to 3", up_to_3));
+    family.group("qos port", "Traffic classes and queues of each port (most of it class B)");
+    family.add("qos port show", "Show the classes and queues of ports", show_port,
+               ports_to_show(any_ports()));
+    family.group("qos port dscp-map", "Traffic classes of DSCPs, the same at all ports");
+    family.add("qos port dscp-map show", "Show the class of each DSCP", show_dscp_map);
+    family.add("qos port dscp-map set", "Set the class of a DSCP", set_dscp,
+               required("DSCP", "0 to 63", number(0, 63)), tc);
+    family.add("qos port dscp-mode", "Switch the classification by DSCP of ports on or off", set_dscp_mode,
+               ports, state);
+    family.add("qos port class-source", "Set one of the class source selectors of ports (class B)",
+               set_source, ports, required("INDEX", "0 to 7", up_to_7),
+               required("SOURCE", "0 to 3", up_to_3));
+    family.add("qos port queue", "Choose the queue of a class at ports (class B)", set_queue, ports, tc,
+               required("QUEUE", "0 to 7", up_to_7));
+    family.add("qos port drop", "Set or clear the drop flag of a class at ports (class B)", set_drop, ports,
+               tc, state);
+    family.add("qos port default-class", "Set the class of frames at ports that get none otherwise (class B)",
+               set_default_class, ports, tc);
+    family.add("qos port scheduler", "Choose how the queues of ports are served (class B)", schedule_port,
+               ports, required("MODE", "1, 3 or 7", one_of({1, 3, 7})),
+               optional("--weights", "of queues 0 to 7, each 1 to 256 (default: as they are)",
+                        list_of(classes, number(1, 256))));
+    return family;
 }
 
 } // namespace eswctl

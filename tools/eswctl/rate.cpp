@@ -387,22 +387,19 @@ Report show_all(const Arguments &)
 }
 
 // "rate egress", "rate egress show" and "rate egress set".
-void append_direction(std::vector<Command> &commands, const Direction &direction, const Kind &ports,
-                      const std::string &what)
+void add_direction(Family &family, const Direction &direction, const Kind &ports, const std::string &what)
 {
     const std::string words = fmt::format("rate {}", direction.name);
-    commands.push_back({words, fmt::format("Limits of what ports {}", what), {}, {}});
-    commands.push_back({words + " show",
-                        fmt::format("Show how much ports may {}", what),
-                        {ports_to_show(ports)},
-                        [&direction](const Arguments &a) { return show(direction, a); }});
-    commands.push_back({words + " set",
-                        fmt::format("Limit how much ports may {}; the switch rounds down", what),
-                        {ports_required(ports),
-                         {"RATE", "64k, 100M, 1.5G or kbit/s; off for no limit", bit_rate, true},
-                         {"--burst", fmt::format("bucket size in kB (default {})", usual_burst),
-                          number(0, largest_burst, "kB"), false, false, usual_burst}},
-                        [&direction](const Arguments &a) { return set(direction, a); }});
+    family.group(words, fmt::format("Limits of what ports {}", what));
+    family.add(
+        words + " show", fmt::format("Show how much ports may {}", what),
+        [&direction](const Arguments &a) { return show(direction, a); }, ports_to_show(ports));
+    family.add(
+        words + " set", fmt::format("Limit how much ports may {}; the switch rounds down", what),
+        [&direction](const Arguments &a) { return set(direction, a); }, ports_required(ports),
+        required("RATE", "64k, 100M, 1.5G or kbit/s; off for no limit", bit_rate),
+        optional("--burst", fmt::format("bucket size in kB (default {})", usual_burst),
+                 number(0, largest_burst, "kB"), usual_burst));
 }
 
 } // namespace
@@ -413,21 +410,17 @@ Family rate_family()
 {
     Argument control_ports = ports_to_show(phy_ports());
     control_ports.repeated = false; // a mode may follow
-    std::vector<Command> commands;
-    commands.push_back({"rate show", "Show all limits", {}, show_all});
-    append_direction(commands, egress, any_ports(), "send");
-    append_direction(commands, ingress, phy_ports(), "receive");
-    commands.push_back({"rate cpu", "Packet rate of the port that faces the processor", {}, {}});
-    commands.push_back({"rate cpu show", "Show the packet limit of the CPU port", {}, show_cpu});
-    commands.push_back({"rate cpu set",
-                        "Limit the packets of the CPU port; the switch rounds down",
-                        {{"RATE", "packets per second; off for no limit, on class B", packet_rate, true}},
-                        set_cpu});
-    commands.push_back({"rate ingress-control",
-                        "Show or set the ingress rate control of ports",
-                        {control_ports, {"MODE", "0 to 9", number(0, 9)}},
-                        ingress_control});
-    return {"rate", "Rate limits of ports", std::move(commands)};
+    Family family{"rate", "Rate limits of ports"};
+    family.add("rate show", "Show all limits", show_all);
+    add_direction(family, egress, any_ports(), "send");
+    add_direction(family, ingress, phy_ports(), "receive");
+    family.group("rate cpu", "Packet rate of the port that faces the processor");
+    family.add("rate cpu show", "Show the packet limit of the CPU port", show_cpu);
+    family.add("rate cpu set", "Limit the packets of the CPU port; the switch rounds down", set_cpu,
+               required("RATE", "packets per second; off for no limit, on class B", packet_rate));
+    family.add("rate ingress-control", "Show or set the ingress rate control of ports", ingress_control,
+               control_ports, optional("MODE", "0 to 9", number(0, 9)));
+    return family;
 }
 
 } // namespace eswctl

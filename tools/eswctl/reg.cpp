@@ -70,24 +70,15 @@ Report store(const Arguments &arguments)
 
 Family register_family()
 {
-    const Argument page{"PAGE", "register page, 0 to 0xff", byte, true};
+    const Argument page = required("PAGE", "register page, 0 to 0xff", byte);
     const std::string where = "register offset, 0 to 0xff";
-    return {"reg",
-            "Read and write registers",
-            {
-                {"reg read",
-                 "Read registers of one page",
-                 {page, {"OFFSET", where, byte, true, true}, width_option()},
-                 show},
-                {"reg write",
-                 "Write a register",
-                 {page,
-                  {"OFFSET", where, byte, true},
-                  {"VALUE", "value to write", number(0, UINT64_MAX), true},
-                  width_option(),
-                  {"--mask", "change only these bits", number(0, UINT64_MAX)}},
-                 store},
-            }};
+    Family family{"reg", "Read and write registers"};
+    family.add("reg read", "Read registers of one page", show, page, several(required("OFFSET", where, byte)),
+               width_option());
+    family.add("reg write", "Write a register", store, page, required("OFFSET", where, byte),
+               required("VALUE", "value to write", number(0, UINT64_MAX)), width_option(),
+               optional("--mask", "change only these bits", number(0, UINT64_MAX)));
+    return family;
 }
 
 } // namespace eswctl

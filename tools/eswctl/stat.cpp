@@ -264,44 +264,28 @@ Report write_export(const Arguments &arguments)
 Family stat_family()
 {
     const Argument ports = ports_to_show(any_ports());
-    const Argument all{"--all", "show counters at zero too", {}};
-    const Argument numbers{"--counter", "only these counters: numbers 0 to 153", number(0, ETH_STAT_LAST),
-                           false, true};
-    return {"stat",
-            "MIB counters and snapshots",
-            {
-                {"stat show",
-                 "Show counters; 105 to 153 are the registers in order, lower numbers are composed of them",
-                 {ports, all, numbers},
-                 show},
-                {"stat watch",
-                 "Show counters and their rates again and again, until Ctrl-C",
-                 {ports,
-                  all,
-                  numbers,
-                  {"--interval", "between two looks (default 1)",
-                   number(first_interval, last_interval, "seconds"), false, false, first_interval},
-                  {"--count", "end after so many looks", number(1, UINT32_MAX), false, false, UINT64_MAX}},
-                 watch,
-                 false,
-                 false,
-                 true},
-                {"stat clear", "Clear the counters of all ports", {}, clear, true},
-                {"stat snapshot",
-                 "Show the latched counters, of the port that is given or of the one latched last",
-                 {{"PORT", "port to latch first: 0, 1 or 8", any_port()},
-                  {"--mode", "set the snapshot mode bit: 0 or 1", number(0, 1)},
-                  all,
-                  numbers},
-                 snapshot},
-                {"stat export",
-                 "Print or write the counters for a monitoring system",
-                 {ports,
-                  {"--format", "prometheus (default)", choice({"prometheus"}), false, false, "prometheus"},
-                  {"--output", "write this file, which nobody sees half written; - for standard output",
-                   file_name()}},
-                 write_export},
-            }};
+    const Argument all = flag("--all", "show counters at zero too");
+    const Argument numbers =
+        several(optional("--counter", "only these counters: numbers 0 to 153", number(0, ETH_STAT_LAST)));
+    Family family{"stat", "MIB counters and snapshots"};
+    family.add("stat show",
+               "Show counters; 105 to 153 are the registers in order, lower numbers are composed of them",
+               show, ports, all, numbers);
+    family.add_watch("stat watch", "Show counters and their rates again and again, until Ctrl-C", watch,
+                     ports, all, numbers,
+                     optional("--interval", "between two looks (default 1)",
+                              number(first_interval, last_interval, "seconds"), first_interval),
+                     optional("--count", "end after so many looks", number(1, UINT32_MAX), UINT64_MAX));
+    family.add_asking("stat clear", "Clear the counters of all ports", clear);
+    family.add("stat snapshot",
+               "Show the latched counters, of the port that is given or of the one latched last", snapshot,
+               optional("PORT", "port to latch first: 0, 1 or 8", any_port()),
+               optional("--mode", "set the snapshot mode bit: 0 or 1", number(0, 1)), all, numbers);
+    family.add("stat export", "Print or write the counters for a monitoring system", write_export, ports,
+               optional("--format", "prometheus (default)", choice({"prometheus"}), "prometheus"),
+               optional("--output", "write this file, which nobody sees half written; - for standard output",
+                        file_name()));
+    return family;
 }
 
 } // namespace eswctl

@@ -281,47 +281,30 @@ void set_vlan_ports(uint32_t vid, const VlanPorts &wanted)
 
 Family vlan_family()
 {
-    const std::string several = "VIDs from 0 to 4095 such as 10-20,30";
-    const Argument vids{"VID", several, vid_list(), true};
-    const Argument lists{"VID", several, vid_list(), true, true};
+    const std::string vid_ranges = "VIDs from 0 to 4095 such as 10-20,30";
+    const Argument vids = required("VID", vid_ranges, vid_list());
+    const Argument lists = several(required("VID", vid_ranges, vid_list()));
     const std::string ports = "ports such as 0,8, or all, or none";
-    const Argument members{"PORTS",
-                           "member " + ports + "; behind the word untagged, those that send without a tag",
-                           word_or_ports({"ports", "untagged"}),
-                           false,
-                           true,
-                           Json::array()};
-    const Argument untagged{"--untagged", "the same as the word untagged: " + ports, port_set()};
-    Family family = {
-        "vlan",
-        "VLANs: their ports, default tags, modes and egress translation",
-        {
-            {"vlan show",
-             "Show which VLANs exist, and their ports",
-             {{"VID", several, vid_list(), false, true}},
-             show},
-            {"vlan create", "Create VLANs", {lists}, create},
-            {"vlan destroy", "Destroy VLANs: their ports are forgotten", {lists}, destroy, true},
-            {"vlan destroy-all", "Destroy all VLANs", {}, destroy_all, true},
-            {"vlan add",
-             "Add ports to VLANs; ports that a VLAN has keep what they have",
-             {vids, members, untagged},
-             add},
-            {"vlan set",
-             "Make VLANs exactly these ports; other ports leave them",
-             {vids, members, untagged},
-             set},
-            {"vlan remove",
-             "Remove ports from VLANs",
-             {vids, {"PORTS", ports, word_or_ports({"ports"}), true, true}},
-             remove},
-            {"vlan init",
-             "Reset everything about VLANs: none is left, and modes, PVIDs and translations are lost",
-             {},
-             initialise,
-             true},
-        }};
-    std::ranges::move(vlan_setting_commands(), std::back_inserter(family.commands));
+    const Argument members = several(
+        optional("PORTS", "member " + ports + "; behind the word untagged, those that send without a tag",
+                 word_or_ports({"ports", "untagged"}), Json::array()));
+    const Argument untagged = optional("--untagged", "the same as the word untagged: " + ports, port_set());
+    Family family{"vlan", "VLANs: their ports, default tags, modes and egress translation"};
+    family.add("vlan show", "Show which VLANs exist, and their ports", show,
+               several(optional("VID", vid_ranges, vid_list())));
+    family.add("vlan create", "Create VLANs", create, lists);
+    family.add_asking("vlan destroy", "Destroy VLANs: their ports are forgotten", destroy, lists);
+    family.add_asking("vlan destroy-all", "Destroy all VLANs", destroy_all);
+    family.add("vlan add", "Add ports to VLANs; ports that a VLAN has keep what they have", add, vids,
+               members, untagged);
+    family.add("vlan set", "Make VLANs exactly these ports; other ports leave them", set, vids, members,
+               untagged);
+    family.add("vlan remove", "Remove ports from VLANs", remove, vids,
+               several(required("PORTS", ports, word_or_ports({"ports"}))));
+    family.add_asking(
+        "vlan init", "Reset everything about VLANs: none is left, and modes, PVIDs and translations are lost",
+        initialise);
+    add_vlan_settings(family);
     return family;
 }
 

@@ -102,6 +102,12 @@ Report change_tag(const Arguments &arguments, const char *argument, const Settin
     });
 }
 
+Report pvid(const Arguments &a) { return change_tag(a, "VID", pvid_setting, "PVID"); }
+Report priority(const Arguments &a)
+{
+    return change_tag(a, "PRIORITY", priority_setting, "default priority");
+}
+
 Report mode(const Arguments &arguments)
 {
     const Json &given = arguments["MODE"];
@@ -267,49 +273,31 @@ Report clear_translations(const Arguments &)
 Settings vlan_settings() { return settings; }
 Settings translation_settings() { return {&translations_setting, 1}; }
 
-std::vector<Command> vlan_setting_commands()
+void add_vlan_settings(Family &family)
 {
     Argument ports = ports_to_show(any_ports());
     ports.repeated = false; // a value may follow
-    const Argument state{"STATE", "on or off", on_off()};
-    std::vector<Command> commands = {
-        {"vlan pvid",
-         "Show or set the VID that untagged frames get on ports",
-         {ports, {"VID", "PVID, 0 to 4095", vid()}},
-         [](const Arguments &a) { return change_tag(a, "VID", pvid_setting, "PVID"); }},
-        {"vlan priority",
-         "Show or set the priority that untagged frames get on ports",
-         {ports, {"PRIORITY", "priority, 0 to 7", number(0, 7)}},
-         [](const Arguments &a) { return change_tag(a, "PRIORITY", priority_setting, "default priority"); }},
-        {"vlan mode",
-         "Show or set the numbered VLAN modes",
-         {{"MODE", "mode, 0 to 6", number(0, last_mode)}, state},
-         mode},
-    };
+    const Argument state = optional("STATE", "on or off", on_off());
+    family.add("vlan pvid", "Show or set the VID that untagged frames get on ports", pvid, ports,
+               optional("VID", "PVID, 0 to 4095", vid()));
+    family.add("vlan priority", "Show or set the priority that untagged frames get on ports", priority, ports,
+               optional("PRIORITY", "priority, 0 to 7", number(0, 7)));
+    family.add("vlan mode", "Show or set the numbered VLAN modes", mode,
+               optional("MODE", "mode, 0 to 6", number(0, last_mode)), state);
     for (const Switch &one : switches)
-        commands.push_back({one.words, one.summary, {state}, [&one](const Arguments &arguments) {
-                                return turn(one, arguments);
-                            }});
-    const Argument out{"PORT", "egress port: 0, 1 or 8", any_port()};
-    const Argument index{"INDEX", "index of the entry, 0 to 255", number(0, last_index)};
-    const Command translate[] = {
-        {"vlan translate", "Egress VLAN translation", {}, {}},
-        {"vlan translate show", "Show the entries in use, or single ones", {ports, index}, show_translations},
-        {"vlan translate add",
-         "Write an entry",
-         {{out.name, out.help, out.kind, true},
-          {index.name, index.help, index.kind, true},
-          {"VID", "VID of the entry, 0 to 4095", vid(), true},
-          {"--code", "code of the entry, 0 to 3 (default 0)", number(0, 3), false, false, 0}},
-         add_translation},
-        {"vlan translate del",
-         "Remove an entry, so that no bit of it is left",
-         {{out.name, out.help, out.kind, true}, {index.name, index.help, index.kind, true}},
-         del_translation},
-        {"vlan translate clear", "Clear the whole translation table", {}, clear_translations, true},
-    };
-    commands.insert(commands.end(), std::begin(translate), std::end(translate));
-    return commands;
+        family.add(
+            one.words, one.summary, [&one](const Arguments &a) { return turn(one, a); }, state);
+    const Argument out = required("PORT", "egress port: 0, 1 or 8", any_port());
+    const Argument index = required("INDEX", "index of the entry, 0 to 255", number(0, last_index));
+    family.group("vlan translate", "Egress VLAN translation");
+    family.add("vlan translate show", "Show the entries in use, or single ones", show_translations, ports,
+               optional(index.name, index.help, index.kind));
+    family.add("vlan translate add", "Write an entry", add_translation, out, index,
+               required("VID", "VID of the entry, 0 to 4095", vid()),
+               optional("--code", "code of the entry, 0 to 3 (default 0)", number(0, 3), 0));
+    family.add("vlan translate del", "Remove an entry, so that no bit of it is left", del_translation, out,
+               index);
+    family.add_asking("vlan translate clear", "Clear the whole translation table", clear_translations);
 }
 
 } // namespace eswctl
