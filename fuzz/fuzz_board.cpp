@@ -23,8 +23,10 @@ const std::string &directory()
     return path;
 }
 
-void check_options(const std::string &text)
+void check_options(const std::string &input)
 {
+    const std::string text = input.c_str(); // up to a zero, as the environment has it
+
     sim::Options options;
     uint64_t number = 0;
     sim::parse_faults(text.c_str(), options);

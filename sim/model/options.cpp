@@ -2,6 +2,7 @@
 #include "sim/model/options.h"
 
 #include <cctype>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
@@ -68,12 +69,12 @@ const char *take_mac(const char *text, uint64_t &mac)
 
 bool parse_number(const char *text, uint64_t &number)
 {
-    if (!isdigit(static_cast<unsigned char>(*text)))
-        return false;
-    const char *digits = after(text, "0x");
-    char *end = nullptr;
-    number = strtoull(digits ? digits : text, &end, digits ? 16 : 10);
-    return *end == '\0' && end != digits;
+    const char *hexadecimal = after(text, "0x");
+    const char *digits = hexadecimal ? hexadecimal : text;
+    const size_t count = strspn(digits, hexadecimal ? "0123456789abcdefABCDEF" : "0123456789");
+    errno = 0;
+    number = strtoull(digits, nullptr, hexadecimal ? 16 : 10);
+    return count != 0 && digits[count] == '\0' && errno == 0;
 }
 
 bool parse_route(const char *text, Options &options)
