@@ -59,17 +59,14 @@ constexpr Instance each_type[] = {{"0", 0},   {"1", 1},   {"2", 2},   {"3", 3}, 
                                   {"19", 19}, {"20", 20}, {"21", 21}, {"22", 22}, {"23", 23}, {"24", 24},
                                   {"25", 25}, {"27", 27}, {"28", 28}, {"29", 29}};
 
-constexpr Setting setting = {.path = "controls.{}",
-                             .words = "control {}",
-                             .each = each_type,
-                             .calls = "eth_switch_control_set",
-                             .commands = "control set {instance} {value}",
-                             .accepts = control_form,
-                             .read = read_value<eth_switch_control_get>,
-                             .write = [](uint32_t type, const Json &value) {
-                                 return eth_switch_control_set(type,
-                                                               static_cast<int32_t>(value.get<uint32_t>()));
-                             }};
+constexpr Setting control_setting =
+    setting("controls.{}", "control {}", each_type, "control set {instance} {value}", control_form,
+            by(
+                Call<eth_switch_control_get>::read,
+                [](uint32_t type, const Json &value) {
+                    return eth_switch_control_set(type, static_cast<int32_t>(value.get<uint32_t>()));
+                },
+                "eth_switch_control_set"));
 
 Json describe_control(uint32_t type)
 {
@@ -80,7 +77,7 @@ Json describe_control(uint32_t type)
             {"offset", hex(run.offset, 8)},
             {"bits", run.bits == 1 ? fmt::format("{}", low) : fmt::format("{}..{}", low + run.bits - 1, low)},
             {"kind", kind_names[run.kind]},
-            {"value", setting.read(type)}};
+            {"value", control_setting.read(type)}};
 }
 
 Report controls(const std::vector<uint32_t> &wanted)
@@ -115,13 +112,13 @@ Report set(const Arguments &arguments)
     if (const Form form = control_form(type); !accepts(form, given))
         throw UsageError{
             fmt::format("VALUE: '{}' is not accepted by control {}; use {}", given, type, accepted_by(form))};
-    change(setting, type, given);
+    change(control_setting, type, given);
     return changed(fmt::format("control {} set to {}", type, given), controls({type}));
 }
 
 } // namespace
 
-Settings control_settings() { return {&setting, 1}; }
+Settings control_settings() { return {&control_setting, 1}; }
 
 Family control_family()
 {

@@ -356,7 +356,7 @@ Json configuration_schema()
     for (const Place &place : places()) {
         const std::string words = place.is_table() ? place.setting->words : place.words();
         Form form = {{"description", words + classes[static_cast<size_t>(place.setting->devices)]},
-                     {"$comment", fmt::format("set by {}", place.setting->calls)}};
+                     {"$comment", fmt::format("set by {}", place.setting->access.calls)}};
         form.update(of_place(place));
         add_place(schema, place, std::move(form));
     }

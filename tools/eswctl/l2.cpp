@@ -50,44 +50,26 @@ Json read_mcast_control(uint32_t)
     return hex(control & 0xFF, 8);
 }
 
-constexpr Setting age_setting = {.path = "l2.age_time",
-                                 .words = "age time",
-                                 .calls = "eth_l2_age_timer_set",
-                                 .commands = "aging set {value}",
-                                 .accepts = accepted::integer<0, last_age_time>,
-                                 .read = read_age_time,
-                                 .write = write_value<eth_l2_age_timer_set>};
-constexpr Setting bpdu_setting = {.path = "l2.bpdu_address",
-                                  .words = "BPDU address",
-                                  .calls = "eth_l2_bpdu_set",
-                                  .commands = "bpdu set {value}",
-                                  .accepts = accepted::mac,
-                                  .read = read_bpdu_address,
-                                  .write = [](uint32_t, const Json &value) {
-                                      return eth_l2_bpdu_set(only_bpdu_address, to_mac(value).data());
-                                  }};
-constexpr Setting mcast_setting = {
-    .path = "l2.multicast_control",
-    .words = "multicast control register",
-    .calls = "eth_mcast_ctrl_set eth_learn_mcast_set",
-    .commands = "mcast control {value}",
-    .accepts = accepted::hex<8>,
-    .read = read_mcast_control,
-    .write = [](uint32_t, const Json &value) { return eth_mcast_ctrl_set(from_hex(value)); }};
-constexpr Setting bin_full_setting = {.path = "l2.bin_full_forwarding",
-                                      .words = "bin-full forwarding",
-                                      .calls = "eth_arl_bin_full_fwd_set",
-                                      .commands = "arl bin-full {value}",
-                                      .accepts = accepted::flag,
-                                      .read = read_bin_full_forwarding,
-                                      .write = write_flag<eth_arl_bin_full_fwd_set>};
-constexpr Setting protect_setting = {.path = "ports.protected",
-                                     .words = "protected ports",
-                                     .calls = "eth_protect_set",
-                                     .commands = "protect set {in} on\nprotect set {out} off",
-                                     .accepts = accepted::ports,
-                                     .read = read_ports<eth_protect_get>,
-                                     .write = write_ports<eth_protect_set>};
+constexpr Setting age_setting =
+    setting("l2.age_time", "age time", once, "aging set {value}", accepted::integer<0, last_age_time>,
+            by(read_age_time, Call<eth_l2_age_timer_set>::write, "eth_l2_age_timer_set"));
+constexpr Setting bpdu_setting = setting(
+    "l2.bpdu_address", "BPDU address", once, "bpdu set {value}", accepted::mac,
+    by(
+        read_bpdu_address,
+        [](uint32_t, const Json &value) { return eth_l2_bpdu_set(only_bpdu_address, to_mac(value).data()); },
+        "eth_l2_bpdu_set"));
+constexpr Setting mcast_setting = setting(
+    "l2.multicast_control", "multicast control register", once, "mcast control {value}", accepted::hex<8>,
+    by(
+        read_mcast_control, [](uint32_t, const Json &value) { return eth_mcast_ctrl_set(from_hex(value)); },
+        "eth_mcast_ctrl_set eth_learn_mcast_set"));
+constexpr Setting bin_full_setting =
+    setting("l2.bin_full_forwarding", "bin-full forwarding", once, "arl bin-full {value}", accepted::flag,
+            by(read_bin_full_forwarding, write_flag<eth_arl_bin_full_fwd_set>, "eth_arl_bin_full_fwd_set"));
+constexpr Setting protect_setting =
+    setting("ports.protected", "protected ports", once, "protect set {in} on\nprotect set {out} off",
+            accepted::ports, by_ports<eth_protect_get, eth_protect_set>);
 constexpr Setting settings[] = {protect_setting, age_setting, bpdu_setting, mcast_setting, bin_full_setting};
 
 Report show_aging(const Arguments &)

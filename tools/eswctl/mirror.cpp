@@ -55,57 +55,27 @@ int32_t write_mac(uint32_t direction, const Json &address)
     return eth_mirror_mac_set(static_cast<int32_t>(direction), to_mac(address).data());
 }
 
-constexpr Setting to_setting = {.path = "mirror.to",
-                                .words = "capture port",
-                                .calls = "eth_mirror_to_set",
-                                .commands = "mirror to {value}",
-                                .accepts = accepted::port,
-                                .read = read_value<eth_mirror_to_get>,
-                                .write = write_value<eth_mirror_to_set>};
-constexpr Setting mac_setting = {.path = "mirror.{}.mac",
-                                 .words = "{} mirroring: filter MAC",
-                                 .each = directions,
-                                 .calls = "eth_mirror_mac_set",
-                                 .commands = "mirror set {instance} --mac {value}",
-                                 .accepts = accepted::mac,
-                                 .read = read_mac,
-                                 .write = write_mac};
-constexpr Setting filter_setting = {.path = "mirror.{}.filter",
-                                    .words = "{} mirroring: filter",
-                                    .each = directions,
-                                    .calls = "eth_mirror_filter_set",
-                                    .commands = "mirror set {instance} --filter {value}",
-                                    .accepts = accepted::integer<0, last_filter>,
-                                    .read = read_value<eth_mirror_filter_get>,
-                                    .write = write_value<eth_mirror_filter_set>};
-constexpr Setting divider_setting = {
-    .path = "mirror.{}.divider",
-    .words = "{} mirroring: divider",
-    .each = directions,
-    .calls = "eth_mirror_div_set",
-    .commands = "mirror set {instance} --divider {value}",
-    .accepts =
-        [](uint32_t) {
-            return either_form({constant_form("off"), integer_form(0, last_divider)});
-        },
-    .read = read_divider,
-    .write = write_divider};
-constexpr Setting ports_setting = {.path = "mirror.{}.ports",
-                                   .words = "{} mirroring: ports",
-                                   .each = directions,
-                                   .calls = "eth_mirror_ingress_set eth_mirror_egress_set",
-                                   .commands = "mirror set {instance} --ports {value}",
-                                   .accepts = accepted::ports,
-                                   .read = read_mirrored,
-                                   .write = write_mirrored};
+constexpr Setting to_setting = setting("mirror.to", "capture port", once, "mirror to {value}", accepted::port,
+                                       by_value<eth_mirror_to_get, eth_mirror_to_set>);
+constexpr Setting mac_setting =
+    setting("mirror.{}.mac", "{} mirroring: filter MAC", directions, "mirror set {instance} --mac {value}",
+            accepted::mac, by(read_mac, write_mac, "eth_mirror_mac_set"));
+constexpr Setting filter_setting =
+    setting("mirror.{}.filter", "{} mirroring: filter", directions, "mirror set {instance} --filter {value}",
+            accepted::integer<0, last_filter>, by_value<eth_mirror_filter_get, eth_mirror_filter_set>);
+constexpr Setting divider_setting = setting(
+    "mirror.{}.divider", "{} mirroring: divider", directions, "mirror set {instance} --divider {value}",
+    [](uint32_t) {
+        return either_form({constant_form("off"), integer_form(0, last_divider)});
+    },
+    by(read_divider, write_divider, "eth_mirror_div_set"));
+constexpr Setting ports_setting = setting(
+    "mirror.{}.ports", "{} mirroring: ports", directions, "mirror set {instance} --ports {value}",
+    accepted::ports, by(read_mirrored, write_mirrored, "eth_mirror_ingress_set eth_mirror_egress_set"));
 // Last: all the rest is in place then.
-constexpr Setting enabled_setting = {.path = "mirror.enabled",
-                                     .words = "mirroring",
-                                     .calls = "eth_mirror_mode_set",
-                                     .commands = "mirror {value}",
-                                     .accepts = accepted::flag,
-                                     .read = read_flag<eth_mirror_mode_get>,
-                                     .write = write_flag<eth_mirror_mode_set>};
+constexpr Setting enabled_setting =
+    setting("mirror.enabled", "mirroring", once, "mirror {value}", accepted::flag,
+            by_flag<eth_mirror_mode_get, eth_mirror_mode_set>);
 constexpr Setting settings[] = {to_setting,      mac_setting,   filter_setting,
                                 divider_setting, ports_setting, enabled_setting};
 

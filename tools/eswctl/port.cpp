@@ -84,48 +84,30 @@ std::string two_frame_sizes(const Json &document)
     return "";
 }
 
-constexpr Setting mac_setting = {.path = "ports.port{}.mac",
-                                 .words = "port {}: MAC",
-                                 .each = each_phy_port,
-                                 .calls = "ethHw_mac_enable_set ethHw_port_enable_set",
-                                 .commands = "port mac {instance} --bit1 {bit1} --bit0 {bit0}",
-                                 .accepts =
-                                     [](uint32_t) {
-                                         return record_form({{"bit1", flag_form()}, {"bit0", flag_form()}});
-                                     },
-                                 .read = read_mac,
-                                 .write = write_mac};
-constexpr Setting stp_setting = {.path = "ports.port{}.stp_state",
-                                 .words = "port {}: STP state",
-                                 .each = each_phy_port,
-                                 .calls = "eth_stg_stp_set",
-                                 .commands = "port stp {instance} {value}",
-                                 .accepts = [](uint32_t) { return words_form(stp_states); },
-                                 .read = read_stp_state,
-                                 .write = write_stp_state};
-constexpr Setting switched_setting = {.path = "ports.port{}.switched",
-                                      .words = "port {}: switched",
-                                      .each = cpu_port_only,
-                                      .calls = "ethHw_port_enable_set",
-                                      .commands = "on: port enable {instance}|off: port disable {instance}",
-                                      .accepts =
-                                          [](uint32_t) {
-                                              return words_form({"on", "off"});
-                                          },
-                                      .read = read_switched,
-                                      .write = write_switched};
-constexpr Setting frame_setting = {.path = "ports.port{}.frame_max",
-                                   .words = "port {}: frame max",
-                                   .each = each_port,
-                                   .calls = "eth_port_frame_max_set",
-                                   .commands = "port frame-max {instance} {value}",
-                                   .accepts =
-                                       [](uint32_t) {
-                                           return numbers_form({1518, 2000, largest_frame});
-                                       },
-                                   .read = read_value<eth_port_frame_max_get>,
-                                   .write = write_value<eth_port_frame_max_set>,
-                                   .conflict = two_frame_sizes};
+constexpr Setting mac_setting = setting(
+    "ports.port{}.mac", "port {}: MAC", each_phy_port, "port mac {instance} --bit1 {bit1} --bit0 {bit0}",
+    [](uint32_t) {
+        return record_form({{"bit1", flag_form()}, {"bit0", flag_form()}});
+    },
+    by(read_mac, write_mac, "ethHw_mac_enable_set ethHw_port_enable_set"));
+constexpr Setting stp_setting = setting(
+    "ports.port{}.stp_state", "port {}: STP state", each_phy_port, "port stp {instance} {value}",
+    [](uint32_t) { return words_form(stp_states); }, by(read_stp_state, write_stp_state, "eth_stg_stp_set"));
+constexpr Setting switched_setting = setting(
+    "ports.port{}.switched", "port {}: switched", cpu_port_only,
+    "on: port enable {instance}|off: port disable {instance}",
+    [](uint32_t) {
+        return words_form({"on", "off"});
+    },
+    by(read_switched, write_switched, "ethHw_port_enable_set"));
+constexpr Setting frame_setting =
+    setting(
+        "ports.port{}.frame_max", "port {}: frame max", each_port, "port frame-max {instance} {value}",
+        [](uint32_t) {
+            return numbers_form({1518, 2000, largest_frame});
+        },
+        by_value<eth_port_frame_max_get, eth_port_frame_max_set>)
+        .with(&Setting::conflict, two_frame_sizes);
 constexpr Setting settings[] = {mac_setting, stp_setting, switched_setting, frame_setting};
 
 Json mac_halves(uint32_t port)

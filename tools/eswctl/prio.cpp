@@ -23,21 +23,14 @@ int32_t write_replacement(uint32_t port, size_t priority, const Json &replacemen
     return eth_prio_remap_set(port, static_cast<uint8_t>(priority), replacement);
 }
 
-constexpr Setting map_setting = {.path = "qos.port{}.priority_map",
-                                 .words = "port {}: replacement of priority",
-                                 .each = each_port,
-                                 .calls = "eth_prio_remap_set",
-                                 .commands = "each: prio remap set {instance} {index} {value}",
-                                 .accepts = accepted::integers<priorities, 0, priorities - 1>,
-                                 .read = read_each<read_replacement, priorities>,
-                                 .write = write_each<write_replacement>};
-constexpr Setting remap_setting = {.path = "qos.priority_remap",
-                                   .words = "ports that replace priorities",
-                                   .calls = "eth_prio_remap_enable_set",
-                                   .commands = "prio remap enable {in} on\nprio remap enable {out} off",
-                                   .accepts = accepted::ports,
-                                   .read = read_ports<eth_prio_remap_enable_get>,
-                                   .write = write_ports<eth_prio_remap_enable_set>};
+constexpr Setting map_setting = setting(
+    "qos.port{}.priority_map", "port {}: replacement of priority", each_port,
+    "each: prio remap set {instance} {index} {value}", accepted::integers<priorities, 0, priorities - 1>,
+    by(read_each<read_replacement, priorities>, write_each<write_replacement>, "eth_prio_remap_set"));
+constexpr Setting remap_setting =
+    setting("qos.priority_remap", "ports that replace priorities", once,
+            "prio remap enable {in} on\nprio remap enable {out} off", accepted::ports,
+            by_ports<eth_prio_remap_enable_get, eth_prio_remap_enable_set>);
 constexpr Setting settings[] = {map_setting, remap_setting};
 
 Json remapping_of(uint32_t port)

@@ -130,96 +130,60 @@ Form port_scheduler_form(uint32_t)
         {{"mode", numbers_form({1, 3, 7})}, {"weights", array_form(classes, integer_form(1, 256))}});
 }
 
-constexpr Setting queues_setting = {.path = "qos.queue_map",
-                                    .words = "queue of priority",
-                                    .devices = Devices::class_a,
-                                    .calls = "eth_cosq_mapping_set",
-                                    .commands = "each: qos cosq map {index} {value}",
-                                    .accepts = accepted::integers<classes, 0, 3>,
-                                    .read = read_each<read_queue, classes>,
-                                    .write = write_each<write_queue>};
-constexpr Setting switch_scheduler_setting = {
-    .path = "qos.scheduler",
-    .words = "scheduler",
-    .devices = Devices::class_a,
-    .calls = "eth_cosq_sched_set",
-    .commands = "qos cosq scheduler {mode} --weights {weights}|qos cosq scheduler {mode}",
-    .accepts = switch_scheduler_form,
-    .read = read_switch_scheduler,
-    .write = write_switch_scheduler,
-    .settled = [](uint32_t, const Json &scheduler) {
-        return scheduler.value("weights", SwitchWeights{}) == equal_weights ? Json{{"mode", equal_mode}}
-                                                                            : scheduler;
-    }};
-constexpr Setting sources_setting = {.path = "qos.port{}.class_sources",
-                                     .words = "port {}: class source",
-                                     .each = each_port,
-                                     .devices = Devices::class_b,
-                                     .calls = "eth_cosq_port_tc_src_set",
-                                     .commands = "each: qos port class-source {instance} {index} {value}",
-                                     .accepts = accepted::integers<classes, 0, 3>,
-                                     .read = read_each<read_indexed<eth_cosq_port_tc_src_get>, classes>,
-                                     .write = write_each<write_indexed<eth_cosq_port_tc_src_set>>};
-constexpr Setting port_queues_setting = {.path = "qos.port{}.class_queues",
-                                         .words = "port {}: queue of TC",
-                                         .each = each_port,
-                                         .devices = Devices::class_b,
-                                         .calls = "eth_cosq_port_mapping_set",
-                                         .commands = "each: qos port queue {instance} {index} {value}",
-                                         .accepts = accepted::integers<classes, 0, 7>,
-                                         .read = read_each<read_indexed<eth_cosq_port_mapping_get>, classes>,
-                                         .write = write_each<write_indexed<eth_cosq_port_mapping_set>>};
-constexpr Setting drops_setting = {.path = "qos.port{}.class_drops",
-                                   .words = "port {}: drop flag of TC",
-                                   .each = each_port,
-                                   .devices = Devices::class_b,
-                                   .calls = "eth_cosq_port_mapping_tc_drop_set",
-                                   .commands = "each: qos port drop {instance} {index} {switch}",
-                                   .accepts = accepted::integers<classes, 0, 1>,
-                                   .read =
-                                       read_each<read_indexed<eth_cosq_port_mapping_tc_drop_get>, classes>,
-                                   .write = write_each<write_indexed<eth_cosq_port_mapping_tc_drop_set>>};
-constexpr Setting port_scheduler_setting = {.path = "qos.port{}.scheduler",
-                                            .words = "port {}: scheduler",
-                                            .each = each_port,
-                                            .devices = Devices::class_b,
-                                            .calls = "eth_cosq_port_sched_set",
-                                            .commands =
-                                                "qos port scheduler {instance} {mode} --weights {weights}",
-                                            .accepts = port_scheduler_form,
-                                            .read = read_port_scheduler,
-                                            .write = write_port_scheduler};
-constexpr Setting default_class_setting = {.path = "qos.port{}.default_class",
-                                           .words = "port {}: default TC",
-                                           .each = each_port,
-                                           .devices = Devices::class_b,
-                                           .calls = "eth_cosq_port2tc_set",
-                                           .commands = "qos port default-class {instance} {value}",
-                                           .accepts = accepted::integer<0, 7>,
-                                           .read = read_value<eth_cosq_port2tc_get>,
-                                           .write = write_value<eth_cosq_port2tc_set>};
-constexpr Setting cos_setting = {.path = "qos.cos",
-                                 .words = "ports with CoS",
-                                 .calls = "eth_cosq_enable_set",
-                                 .commands = "qos cosq enable {in} on\nqos cosq enable {out} off",
-                                 .accepts = accepted::ports,
-                                 .read = read_ports<eth_cosq_enable_get>,
-                                 .write = write_ports<eth_cosq_enable_set>};
-constexpr Setting dscp_ports_setting = {.path = "qos.dscp",
-                                        .words = "ports that classify by DSCP",
-                                        .calls = "eth_cosq_port_dscp2tc_mode_set",
-                                        .commands =
-                                            "qos port dscp-mode {in} on\nqos port dscp-mode {out} off",
-                                        .accepts = accepted::ports,
-                                        .read = read_ports<eth_cosq_port_dscp2tc_mode_get>,
-                                        .write = write_ports<eth_cosq_port_dscp2tc_mode_set, by_dscp>};
-constexpr Setting dscp_setting = {.path = "qos.dscp_classes",
-                                  .words = "TC of DSCP",
-                                  .calls = "eth_cosq_port_dscp2tc_set",
-                                  .commands = "each: qos port dscp-map set {index} {value}",
-                                  .accepts = accepted::integers<dscps, 0, 7>,
-                                  .read = read_each<read_dscp, dscps>,
-                                  .write = write_each<write_dscp>};
+constexpr Setting queues_setting =
+    setting("qos.queue_map", "queue of priority", once, "each: qos cosq map {index} {value}",
+            accepted::integers<classes, 0, 3>,
+            by(read_each<read_queue, classes>, write_each<write_queue>, "eth_cosq_mapping_set"))
+        .with(&Setting::devices, Devices::class_a);
+constexpr Setting switch_scheduler_setting =
+    setting("qos.scheduler", "scheduler", once,
+            "qos cosq scheduler {mode} --weights {weights}|qos cosq scheduler {mode}", switch_scheduler_form,
+            by(read_switch_scheduler, write_switch_scheduler, "eth_cosq_sched_set"))
+        .with(&Setting::devices, Devices::class_a)
+        .with(&Setting::settled, [](uint32_t, const Json &scheduler) {
+            return scheduler.value("weights", SwitchWeights{}) == equal_weights ? Json{{"mode", equal_mode}}
+                                                                                : scheduler;
+        });
+constexpr Setting sources_setting =
+    setting("qos.port{}.class_sources", "port {}: class source", each_port,
+            "each: qos port class-source {instance} {index} {value}", accepted::integers<classes, 0, 3>,
+            by(read_each<read_indexed<eth_cosq_port_tc_src_get>, classes>,
+               write_each<write_indexed<eth_cosq_port_tc_src_set>>, "eth_cosq_port_tc_src_set"))
+        .with(&Setting::devices, Devices::class_b);
+constexpr Setting port_queues_setting =
+    setting("qos.port{}.class_queues", "port {}: queue of TC", each_port,
+            "each: qos port queue {instance} {index} {value}", accepted::integers<classes, 0, 7>,
+            by(read_each<read_indexed<eth_cosq_port_mapping_get>, classes>,
+               write_each<write_indexed<eth_cosq_port_mapping_set>>, "eth_cosq_port_mapping_set"))
+        .with(&Setting::devices, Devices::class_b);
+constexpr Setting drops_setting =
+    setting("qos.port{}.class_drops", "port {}: drop flag of TC", each_port,
+            "each: qos port drop {instance} {index} {switch}", accepted::integers<classes, 0, 1>,
+            by(read_each<read_indexed<eth_cosq_port_mapping_tc_drop_get>, classes>,
+               write_each<write_indexed<eth_cosq_port_mapping_tc_drop_set>>,
+               "eth_cosq_port_mapping_tc_drop_set"))
+        .with(&Setting::devices, Devices::class_b);
+constexpr Setting port_scheduler_setting =
+    setting("qos.port{}.scheduler", "port {}: scheduler", each_port,
+            "qos port scheduler {instance} {mode} --weights {weights}", port_scheduler_form,
+            by(read_port_scheduler, write_port_scheduler, "eth_cosq_port_sched_set"))
+        .with(&Setting::devices, Devices::class_b);
+constexpr Setting default_class_setting =
+    setting("qos.port{}.default_class", "port {}: default TC", each_port,
+            "qos port default-class {instance} {value}", accepted::integer<0, 7>,
+            by_value<eth_cosq_port2tc_get, eth_cosq_port2tc_set>)
+        .with(&Setting::devices, Devices::class_b);
+constexpr Setting cos_setting =
+    setting("qos.cos", "ports with CoS", once, "qos cosq enable {in} on\nqos cosq enable {out} off",
+            accepted::ports, by_ports<eth_cosq_enable_get, eth_cosq_enable_set>);
+constexpr Setting dscp_ports_setting =
+    setting("qos.dscp", "ports that classify by DSCP", once,
+            "qos port dscp-mode {in} on\nqos port dscp-mode {out} off", accepted::ports,
+            by_ports<eth_cosq_port_dscp2tc_mode_get, eth_cosq_port_dscp2tc_mode_set, by_dscp>);
+constexpr Setting dscp_setting =
+    setting("qos.dscp_classes", "TC of DSCP", once, "each: qos port dscp-map set {index} {value}",
+            accepted::integers<dscps, 0, 7>,
+            by(read_each<read_dscp, dscps>, write_each<write_dscp>, "eth_cosq_port_dscp2tc_set"));
 constexpr Setting settings[] = {
     sources_setting, port_queues_setting, drops_setting, port_scheduler_setting, default_class_setting,
     cos_setting,     dscp_ports_setting,  dscp_setting,  queues_setting,         switch_scheduler_setting};

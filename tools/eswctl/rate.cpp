@@ -149,64 +149,51 @@ std::string two_limits_of_cpu_port(const Json &document)
                                                        in_words(packets));
 }
 
-constexpr Setting egress_setting = {
-    .path = "qos.port{}.egress_rate",
-    .words = "port {}: egress limit",
-    .each = each_port,
-    .calls = "eth_port_rate_egress_set",
-    .commands = "rate 0, : rate egress set {instance} none --burst {burst}|"
-                "rate egress set {instance} {rate} --burst {burst}|rate egress set {instance} off",
-    .accepts = limit_form,
-    .read = read_limit<eth_port_rate_egress_get>,
-    .write = write_limit<eth_port_rate_egress_set>,
-    .settled = settle_egress};
-constexpr Setting ingress_setting = {
-    .path = "qos.port{}.ingress_rate",
-    .words = "port {}: ingress limit",
-    .each = each_phy_port,
-    .calls = "eth_port_rate_ingress_set",
-    .commands = "rate 0, : rate ingress set {instance} none --burst {burst}|"
-                "rate ingress set {instance} {rate} --burst {burst}|rate ingress set {instance} off",
-    .accepts = limit_form,
-    .read = read_limit<eth_port_rate_ingress_get>,
-    .write = write_limit<eth_port_rate_ingress_set>,
-    .settled = settle_indexed};
+constexpr Setting egress_setting =
+    setting("qos.port{}.egress_rate", "port {}: egress limit", each_port,
+            "rate 0, : rate egress set {instance} none --burst {burst}|"
+            "rate egress set {instance} {rate} --burst {burst}|rate egress set {instance} off",
+            limit_form,
+            by(read_limit<eth_port_rate_egress_get>, write_limit<eth_port_rate_egress_set>,
+               "eth_port_rate_egress_set"))
+        .with(&Setting::settled, settle_egress);
+constexpr Setting ingress_setting =
+    setting("qos.port{}.ingress_rate", "port {}: ingress limit", each_phy_port,
+            "rate 0, : rate ingress set {instance} none --burst {burst}|"
+            "rate ingress set {instance} {rate} --burst {burst}|rate ingress set {instance} off",
+            limit_form,
+            by(read_limit<eth_port_rate_ingress_get>, write_limit<eth_port_rate_ingress_set>,
+               "eth_port_rate_ingress_set"))
+        .with(&Setting::settled, settle_indexed);
 // Behind the egress limits: switching one of them on ends the packet limit.
-constexpr Setting class_a_packets = {
-    .path = "qos.cpu_rate",
-    .words = "CPU port: packet limit",
-    .devices = Devices::class_a,
-    .calls = "eth_rate_set",
-    .commands = "rate cpu set {value}",
-    .accepts = accepted::integer<1, largest_packet_rate>,
-    .read = read_packet_limit,
-    .write = write_packet_limit,
-    .settled = [](uint32_t, const Json &rate) -> Json { return rounded_down(packet_rates, rate); }};
-constexpr Setting class_b_packets = {
-    .path = "qos.cpu_rate",
-    .words = "CPU port: packet limit",
-    .devices = Devices::class_b,
-    .calls = "eth_rate_set",
-    .commands = "0: |no packets: rate cpu set none|rate cpu set {value}",
-    .accepts =
+constexpr Setting class_a_packets = setting("qos.cpu_rate", "CPU port: packet limit", once,
+                                            "rate cpu set {value}", accepted::integer<1, largest_packet_rate>,
+                                            by(read_packet_limit, write_packet_limit, "eth_rate_set"))
+                                        .with(&Setting::devices, Devices::class_a)
+                                        .with(&Setting::settled, [](uint32_t, const Json &rate) -> Json {
+                                            return rounded_down(packet_rates, rate);
+                                        });
+constexpr Setting class_b_packets =
+    setting(
+        "qos.cpu_rate", "CPU port: packet limit", once,
+        "0: |no packets: rate cpu set none|rate cpu set {value}",
         [](uint32_t) {
             return either_form({constant_form(0), constant_form(no_packets),
                                 integer_form(packets_per_unit, largest_class_b_packet_rate)});
         },
-    .read = read_packet_limit,
-    .write = write_packet_limit,
-    .settled = [](uint32_t, const Json &rate) -> Json {
-        return rate.is_string() ? rate : Json(rate.get<uint32_t>() / packets_per_unit * packets_per_unit);
-    },
-    .conflict = two_limits_of_cpu_port};
-constexpr Setting control_setting = {.path = "qos.port{}.ingress_control",
-                                     .words = "port {}: ingress rate control mode",
-                                     .each = each_phy_port,
-                                     .calls = "eth_port_rate_ingress_control_set",
-                                     .commands = "rate ingress-control {instance} {value}",
-                                     .accepts = accepted::integer<0, 9>,
-                                     .read = read_control_mode,
-                                     .write = write_value<eth_port_rate_ingress_control_set>};
+        by(read_packet_limit, write_packet_limit, "eth_rate_set"))
+        .with(&Setting::devices, Devices::class_b)
+        .with(&Setting::settled,
+              [](uint32_t, const Json &rate) -> Json {
+                  return rate.is_string() ? rate
+                                          : Json(rate.get<uint32_t>() / packets_per_unit * packets_per_unit);
+              })
+        .with(&Setting::conflict, two_limits_of_cpu_port);
+constexpr Setting control_setting =
+    setting("qos.port{}.ingress_control", "port {}: ingress rate control mode", each_phy_port,
+            "rate ingress-control {instance} {value}", accepted::integer<0, 9>,
+            by(read_control_mode, Call<eth_port_rate_ingress_control_set>::write,
+               "eth_port_rate_ingress_control_set"));
 constexpr Setting settings[] = {ingress_setting, control_setting, egress_setting, class_a_packets,
                                 class_b_packets};
 

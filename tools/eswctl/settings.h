@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <span>
+#include <string_view>
 #include <type_traits>
 
 #include <esw/types.h>
@@ -25,16 +26,24 @@ inline constexpr Instance cpu_port_only[] = {{"8", 8}};
 
 enum class Devices : uint8_t { all, class_a, class_b, translating };
 
+// How a setting is read and written, and the calls that do the latter: settings and omissions name all setters of
+// the library.
+struct Access {
+    Json (*read)(uint32_t instance); // a value that is not accepted is one that the library's calls can't set
+    int32_t (*write)(uint32_t instance, const Json &value);
+    std::string_view calls;
+};
+
 struct Setting {
     const char *path;  // of its member in a configuration; {} is the instance
     const char *words; // what people call it
-    std::span<const Instance> each = once;
-    Devices devices = Devices::all;
-    const char *calls;    // that write it: settings and omissions name all setters of the library
+    std::span<const Instance> each;
     const char *commands; // that set it, one a line: see commands_for()
     Form (*accepts)(uint32_t instance);
-    Json (*read)(uint32_t instance); // a value that is not accepted is one that the library's calls can't set
-    int32_t (*write)(uint32_t instance, const Json &value);
+    Access access;
+
+    // Some rows have more: see with().
+    Devices devices = Devices::all;
     Json (*settled)(uint32_t instance, const Json &value) = nullptr; // what becomes of it: the switch rounds
     std::string (*fault)(const Json &value) = nullptr;               // what a form can't say
     std::string (*conflict)(const Json &document) = nullptr;         // with other settings
@@ -42,7 +51,27 @@ struct Setting {
     // Of a table, which is an array of objects that its key tells apart: `write` puts one.
     std::span<const char *const> key = {};
     int32_t (*remove)(const Json &entry) = nullptr;
+
+    [[nodiscard]] Json read(uint32_t instance) const { return access.read(instance); }
+    [[nodiscard]] int32_t write(uint32_t instance, const Json &value) const
+    {
+        return access.write(instance, value);
+    }
+
+    template <typename Member>
+    [[nodiscard]] constexpr Setting with(Member Setting::*member, std::type_identity_t<Member> value) const
+    {
+        Setting changed = *this;
+        changed.*member = value;
+        return changed;
+    }
 };
+
+constexpr Setting setting(const char *path, const char *words, std::span<const Instance> each,
+                          const char *commands, decltype(Setting::accepts) accepts, const Access &access)
+{
+    return {path, words, each, commands, accepts, access};
+}
 
 using Settings = std::span<const Setting>;
 
@@ -112,11 +141,23 @@ struct Call<call> {
     static int32_t write(uint32_t, const Json &value) { return call(value.get<Value>()); }
 };
 
-template <auto get>
-Json read_value(uint32_t instance)
+constexpr Access by(decltype(Access::read) read, decltype(Access::write) write, std::string_view calls)
 {
-    return Call<get>::read(instance);
+    return {read, write, calls};
 }
+
+// A call's own name.
+template <auto call>
+constexpr std::string_view name_of()
+{
+    const std::string_view whole = __PRETTY_FUNCTION__;
+    const size_t equals = whole.find("call = ") + 7;
+    const size_t first = equals + (whole[equals] == '&');
+    return whole.substr(first, whole.find_first_of(";]", first) - first);
+}
+
+template <auto get, auto set>
+constexpr Access by_value{Call<get>::read, Call<set>::write, name_of<set>()};
 
 template <auto get>
 Json read_flag(uint32_t instance)
@@ -126,16 +167,13 @@ Json read_flag(uint32_t instance)
 }
 
 template <auto set>
-int32_t write_value(uint32_t instance, const Json &value)
-{
-    return Call<set>::write(instance, value);
-}
-
-template <auto set>
 int32_t write_flag(uint32_t instance, const Json &on)
 {
     return Call<set>::write(instance, on.get<bool>() ? 1 : 0);
 }
+
+template <auto get, auto set>
+constexpr Access by_flag{read_flag<get>, write_flag<set>, name_of<set>()};
 
 // The set of ports whose flag is on.
 template <auto get>
@@ -159,6 +197,9 @@ int32_t write_ports(uint32_t, const Json &ports)
     }
     return result;
 }
+
+template <auto get, auto set, int32_t on = 1>
+constexpr Access by_ports{read_ports<get>, write_ports<set, on>, name_of<set>()};
 
 // `count` values of an instance, behind an index each.
 template <auto get, size_t count>

@@ -76,30 +76,24 @@ int32_t write_cache_entry(uint32_t, const Json &entry)
 constexpr const char *address_key[] = {"mac", "vid"};
 constexpr const char *slot_key[] = {"slot"};
 constexpr Setting addresses[] = {
-    {.path = "l2.static",
-     .words = "static address {mac}, VID {vid}",
-     .calls = "eth_l2_addr_add",
-     .commands = "first: arl flush --static --yes\narl add {mac} {vid} {ports} --static --tc {traffic_class}",
-     .accepts = address_form,
-     .read = read_static_addresses,
-     .write = write_address,
-     .fault = two_ports_of_one,
-     .key = address_key,
-     .remove =
-         [](const Json &entry) { return eth_l2_addr_delete(to_mac(entry["mac"]).data(), entry["vid"]); }},
-    {.path = "l2.cache",
-     .words = "L2 cache slot {slot}",
-     .calls = "eth_l2_cache_set",
-     .commands = "first: l2cache clear --yes\nl2cache set {mac} {data} --slot {slot}",
-     .accepts =
-         [](uint32_t) {
-             return record_form(
-                 {{"slot", integer_form(0, cache_slots - 1)}, {"mac", mac_form()}, {"data", hex_form(32)}});
-         },
-     .read = read_cache,
-     .write = write_cache_entry,
-     .key = slot_key,
-     .remove = [](const Json &entry) { return eth_l2_cache_delete(entry["slot"]); }},
+    setting("l2.static", "static address {mac}, VID {vid}", once,
+            "first: arl flush --static --yes\narl add {mac} {vid} {ports} --static --tc {traffic_class}",
+            address_form, by(read_static_addresses, write_address, "eth_l2_addr_add"))
+        .with(&Setting::fault, two_ports_of_one)
+        .with(&Setting::key, address_key)
+        .with(
+            &Setting::remove,
+            [](const Json &entry) { return eth_l2_addr_delete(to_mac(entry["mac"]).data(), entry["vid"]); }),
+    setting(
+        "l2.cache", "L2 cache slot {slot}", once,
+        "first: l2cache clear --yes\nl2cache set {mac} {data} --slot {slot}",
+        [](uint32_t) {
+            return record_form(
+                {{"slot", integer_form(0, cache_slots - 1)}, {"mac", mac_form()}, {"data", hex_form(32)}});
+        },
+        by(read_cache, write_cache_entry, "eth_l2_cache_set"))
+        .with(&Setting::key, slot_key)
+        .with(&Setting::remove, [](const Json &entry) { return eth_l2_cache_delete(entry["slot"]); }),
 };
 
 // ---- VLANs
@@ -138,22 +132,18 @@ Json settle_vlan(uint32_t, const Json &entry)
 }
 
 constexpr const char *vlan_key[] = {"vid"};
-constexpr Setting vlans = {
-    .path = "vlan.table",
-    .words = "vlan {vid}",
-    .calls = "eth_vlan_create eth_vlan_port_add set_vid",
-    .commands =
+constexpr Setting vlans =
+    setting(
+        "vlan.table", "vlan {vid}", once,
         "first: vlan destroy-all --yes\nvlan create {vid}\nvlan add {vid} {members} untagged {untagged}",
-    .accepts =
         [](uint32_t) {
             return record_form(
                 {{"vid", integer_form(0, 4095)}, {"members", ports_form()}, {"untagged", ports_form()}});
         },
-    .read = read_vlans,
-    .write = write_vlan,
-    .settled = settle_vlan,
-    .key = vlan_key,
-    .remove = [](const Json &entry) { return eth_vlan_destroy(entry["vid"]); }};
+        by(read_vlans, write_vlan, "eth_vlan_create eth_vlan_port_add set_vid"))
+        .with(&Setting::settled, settle_vlan)
+        .with(&Setting::key, vlan_key)
+        .with(&Setting::remove, [](const Json &entry) { return eth_vlan_destroy(entry["vid"]); });
 
 // ---- Field processor
 
@@ -265,38 +255,29 @@ int32_t write_selectors(uint32_t, const Json &values)
 }
 
 constexpr Setting field_processor_settings[] = {
-    {.path = "cfp.rules",
-     .words = "cfp slot {slot}",
-     .calls = "eth_cfp_rule_set",
-     .commands =
-         "first: cfp clear --yes\ncfp set {slot} --words {data},{mask},{action},{policer},{ext_a},{ext_b}",
-     .accepts = rule_form,
-     .read = read_rules,
-     .write =
-         [](uint32_t, const Json &entry) {
-             return std::min(eth_cfp_rule_set(entry["slot"], rule_of(entry)), int32_t{ETH_E_NONE});
-         },
-     .fault = odd_rule,
-     .key = slot_key,
-     .remove = remove_rule},
-    {.path = "cfp.udf",
-     .words = "UDF selector",
-     .calls = "eth_cfp_udf_set",
-     .commands = "cfp udf set a0 {0-8}\ncfp udf set a1 {9-17}\n"
-                 "cfp udf set a2 {18-26}\ncfp udf set b0 {27-35}\n"
-                 "cfp udf set b1 {36-44}\ncfp udf set b2 {45-53}\n"
-                 "cfp udf set c0 {54-62}\ncfp udf set c1 {63-71}\n"
-                 "cfp udf set c2 {72-80}\ncfp udf set d {81-92}",
-     .accepts = [](uint32_t) { return array_form(sizeof(eth_cfp_udf_t), hex_form(8)); },
-     .read = read_selectors,
-     .write = write_selectors},
-    {.path = "cfp.ports",
-     .words = "ports with the field processor",
-     .calls = "eth_cfp_enable_set",
-     .commands = "cfp enable {in}\ncfp disable {out}",
-     .accepts = accepted::ports,
-     .read = read_ports<eth_cfp_enable_get>,
-     .write = write_ports<eth_cfp_enable_set>},
+    setting("cfp.rules", "cfp slot {slot}", once,
+            "first: cfp clear --yes\ncfp set {slot} --words {data},{mask},{action},{policer},{ext_a},{ext_b}",
+            rule_form,
+            by(
+                read_rules,
+                [](uint32_t, const Json &entry) {
+                    return std::min(eth_cfp_rule_set(entry["slot"], rule_of(entry)), int32_t{ETH_E_NONE});
+                },
+                "eth_cfp_rule_set"))
+        .with(&Setting::fault, odd_rule)
+        .with(&Setting::key, slot_key)
+        .with(&Setting::remove, remove_rule),
+    setting(
+        "cfp.udf", "UDF selector", once,
+        "cfp udf set a0 {0-8}\ncfp udf set a1 {9-17}\n"
+        "cfp udf set a2 {18-26}\ncfp udf set b0 {27-35}\n"
+        "cfp udf set b1 {36-44}\ncfp udf set b2 {45-53}\n"
+        "cfp udf set c0 {54-62}\ncfp udf set c1 {63-71}\n"
+        "cfp udf set c2 {72-80}\ncfp udf set d {81-92}",
+        [](uint32_t) { return array_form(sizeof(eth_cfp_udf_t), hex_form(8)); },
+        by(read_selectors, write_selectors, "eth_cfp_udf_set")),
+    setting("cfp.ports", "ports with the field processor", once, "cfp enable {in}\ncfp disable {out}",
+            accepted::ports, by_ports<eth_cfp_enable_get, eth_cfp_enable_set>),
 };
 
 } // namespace

@@ -27,60 +27,28 @@ Json read_learning(uint32_t)
     return field == 0 || field == 3 ? Json(field == 3) : Json(fmt::format("code {}, unknown", field));
 }
 
-constexpr Setting pvid_setting = {.path = "vlan.port{}.pvid",
-                                  .words = "port {}: PVID",
-                                  .each = each_port,
-                                  .calls = "eth_port_untagged_vlan_set",
-                                  .commands = "vlan pvid {instance} {value}",
-                                  .accepts = accepted::integer<0, 4095>,
-                                  .read = read_value<eth_port_untagged_vlan_get>,
-                                  .write = write_value<eth_port_untagged_vlan_set>};
-constexpr Setting priority_setting = {.path = "vlan.port{}.priority",
-                                      .words = "port {}: default priority",
-                                      .each = each_port,
-                                      .calls = "eth_port_untagged_priority_set",
-                                      .commands = "vlan priority {instance} {value}",
-                                      .accepts = accepted::integer<0, 7>,
-                                      .read = read_value<eth_port_untagged_priority_get>,
-                                      .write = write_value<eth_port_untagged_priority_set>};
-constexpr Setting mode_setting = {.path = "vlan.modes.mode{}",
-                                  .words = "VLAN mode {}",
-                                  .each = each_mode,
-                                  .calls = "eth_vlan_mode_set",
-                                  .commands = "vlan mode {instance} {value}",
-                                  .accepts = accepted::flag,
-                                  .read = read_flag<eth_vlan_mode_get>,
-                                  .write = write_flag<eth_vlan_mode_set>};
-constexpr Setting mode_4_setting = {.path = "vlan.modes.mode{}",
-                                    .words = "VLAN mode {}",
-                                    .each = mode_of_translation,
-                                    .devices = Devices::translating,
-                                    .calls = "eth_vlan_mode_set",
-                                    .commands = "vlan mode {instance} {value}",
-                                    .accepts = accepted::flag,
-                                    .read = read_flag<eth_vlan_mode_get>,
-                                    .write = write_flag<eth_vlan_mode_set>};
-constexpr Setting learning_setting = {.path = "vlan.learning",
-                                      .words = "VLAN learning",
-                                      .calls = "eth_vlan_learning_mode_set",
-                                      .commands = "vlan learning {value}",
-                                      .accepts = accepted::flag,
-                                      .read = read_learning,
-                                      .write = write_flag<eth_vlan_learning_mode_set>};
-constexpr Setting drop_setting = {.path = "vlan.drop_miss",
-                                  .words = "drop on table miss",
-                                  .calls = "eth_vlan_drop_vtbl_miss_set",
-                                  .commands = "vlan drop-miss {value}",
-                                  .accepts = accepted::flag,
-                                  .read = read_flag<eth_vlan_drop_vtbl_miss_get>,
-                                  .write = write_flag<eth_vlan_drop_vtbl_miss_set>};
-constexpr Setting bypass_setting = {.path = "vlan.bypass_crc",
-                                    .words = "CRC bypass",
-                                    .calls = "eth_vlan_bypass_CRC_set",
-                                    .commands = "vlan bypass-crc {value}",
-                                    .accepts = accepted::flag,
-                                    .read = read_flag<eth_vlan_bypass_CRC_get>,
-                                    .write = write_flag<eth_vlan_bypass_CRC_set>};
+constexpr Setting pvid_setting =
+    setting("vlan.port{}.pvid", "port {}: PVID", each_port, "vlan pvid {instance} {value}",
+            accepted::integer<0, 4095>, by_value<eth_port_untagged_vlan_get, eth_port_untagged_vlan_set>);
+constexpr Setting priority_setting = setting(
+    "vlan.port{}.priority", "port {}: default priority", each_port, "vlan priority {instance} {value}",
+    accepted::integer<0, 7>, by_value<eth_port_untagged_priority_get, eth_port_untagged_priority_set>);
+constexpr Setting mode_setting =
+    setting("vlan.modes.mode{}", "VLAN mode {}", each_mode, "vlan mode {instance} {value}", accepted::flag,
+            by_flag<eth_vlan_mode_get, eth_vlan_mode_set>);
+constexpr Setting mode_4_setting =
+    setting("vlan.modes.mode{}", "VLAN mode {}", mode_of_translation, "vlan mode {instance} {value}",
+            accepted::flag, by_flag<eth_vlan_mode_get, eth_vlan_mode_set>)
+        .with(&Setting::devices, Devices::translating);
+constexpr Setting learning_setting =
+    setting("vlan.learning", "VLAN learning", once, "vlan learning {value}", accepted::flag,
+            by(read_learning, write_flag<eth_vlan_learning_mode_set>, "eth_vlan_learning_mode_set"));
+constexpr Setting drop_setting =
+    setting("vlan.drop_miss", "drop on table miss", once, "vlan drop-miss {value}", accepted::flag,
+            by_flag<eth_vlan_drop_vtbl_miss_get, eth_vlan_drop_vtbl_miss_set>);
+constexpr Setting bypass_setting =
+    setting("vlan.bypass_crc", "CRC bypass", once, "vlan bypass-crc {value}", accepted::flag,
+            by_flag<eth_vlan_bypass_CRC_get, eth_vlan_bypass_CRC_set>);
 constexpr Setting settings[] = {pvid_setting,     priority_setting, mode_setting,  mode_4_setting,
                                 learning_setting, drop_setting,     bypass_setting};
 
@@ -201,26 +169,24 @@ Json translations_in_use(const std::vector<uint32_t> &ports)
 }
 
 constexpr const char *translation_key[] = {"port", "index"};
-constexpr Setting translations_setting = {
-    .path = "vlan.translations",
-    .words = "translation of port {port}, index {index}",
-    .devices = Devices::translating,
-    .calls = "eth_vlan_evt_add",
-    .commands = "first: vlan translate clear --yes\nvlan translate add {port} {index} {vid} --code {code}",
-    .accepts =
+constexpr Setting translations_setting =
+    setting(
+        "vlan.translations", "translation of port {port}, index {index}", once,
+        "first: vlan translate clear --yes\nvlan translate add {port} {index} {vid} --code {code}",
         [](uint32_t) {
             return record_form({{"port", numbers_form({0, 1, 8})},
                                 {"index", integer_form(0, last_index)},
                                 {"vid", integer_form(0, 4095)},
                                 {"code", integer_form(0, 3)}});
         },
-    .read = [](uint32_t) { return translations_in_use(all_ports); },
-    .write =
-        [](uint32_t, const Json &entry) {
-            return eth_vlan_evt_add(entry["port"], entry["index"], entry["code"], entry["vid"]);
-        },
-    .key = translation_key,
-    .remove = remove_translation};
+        by([](uint32_t) { return translations_in_use(all_ports); },
+           [](uint32_t, const Json &entry) {
+               return eth_vlan_evt_add(entry["port"], entry["index"], entry["code"], entry["vid"]);
+           },
+           "eth_vlan_evt_add"))
+        .with(&Setting::devices, Devices::translating)
+        .with(&Setting::key, translation_key)
+        .with(&Setting::remove, remove_translation);
 
 // An index that is asked for is shown even where it is not in use.
 Report show_translations(const Arguments &arguments)
