@@ -26,6 +26,9 @@ struct BoardFile {
 constexpr BoardFile files[] = {
     {"/dev/", "esw-ctl", control_file},
     {"/run/lock/", "esw.lock", "lock"}, // those who work on this switch wait for each other only
+    {"/run/lock/", "esw.pending", "shm/esw.pending"},
+    {"/run/lock/", "esw.pending.new", "shm/esw.pending.new"},
+    {"/run/lock/", "esw.settled", "shm/esw.settled"},
     {"/dev/shm/", "vid_list.cfg", "shm/vid_list.cfg"},
     {"/dev/shm/", "cfp_last_idx.cfg", "shm/cfp_last_idx.cfg"},
     {"/dev/shm/", "cfp_rule.cfg", "shm/cfp_rule.cfg"},
