@@ -18,6 +18,7 @@ namespace test {
 Finished Eswctl::launch(const std::string &launcher, const std::vector<std::string> &command,
                         const std::string &input)
 {
+    setenv("EDITOR", "true", 1);
     std::vector<std::string> words = {BIN_DIR "/esw-sim", "--unprivileged", "--state", scratch(board_)};
     for (const std::string &word : words_of(launcher))
         words.push_back(word);

@@ -402,9 +402,13 @@ Report execute(const Parsed &parsed)
 {
     const Command &command = *parsed.command;
     check_can_ask(parsed);
-    if (command.asks && !parsed.yes && !withholds_writes() && !confirm(command.summary))
+    const bool yes = !command.asks || parsed.yes || withholds_writes();
+    if (!yes && !command.asks_itself && !confirm(command.summary))
         throw Refused{"not done"};
-    Report report = command.run(parsed.arguments);
+    Arguments arguments = parsed.arguments;
+    if (command.asks_itself)
+        arguments["--yes"] = yes;
+    Report report = command.run(arguments);
     check_requests();
     return report;
 }

@@ -38,9 +38,10 @@ struct Command {
     std::string summary;
     std::vector<Argument> arguments;
     std::function<Report(const Arguments &)> run;
-    bool asks = false;    // destructive: asks on a terminal unless --yes
-    bool offline = false; // needs no switch
-    bool goes_on = false; // until Ctrl-C
+    bool asks = false;        // destructive: asks on a terminal unless --yes
+    bool offline = false;     // needs no switch
+    bool goes_on = false;     // until Ctrl-C
+    bool asks_itself = false; // once it knows more than its summary says; --yes is among its arguments
 };
 
 struct Family {

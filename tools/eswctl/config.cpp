@@ -2,8 +2,15 @@
 // save, restore, diff: the switch's whole configuration as one document.
 #include "eswctl/config.h"
 
-#include <csignal>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
 #include <map>
+#include <optional>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <esw.h>
 #include <fmt/format.h>
@@ -12,35 +19,12 @@
 #include "eswctl/dry_run.h"
 #include "eswctl/families.h"
 #include "eswctl/output.h"
+#include "eswctl/pending.h"
 #include "eswctl/terminal.h"
+#include "eswctl/turn.h"
 
 namespace eswctl {
 namespace {
-
-volatile sig_atomic_t wants_end = 0;
-
-// Until the end of its scope, a signal ends the work between two changes.
-class Interruptible {
-public:
-    Interruptible()
-    {
-        struct sigaction action = {};
-        action.sa_handler = [](int) { wants_end = 1; };
-        for (size_t i = 0; i < std::size(signals); ++i)
-            sigaction(signals[i], &action, &former_[i]);
-    }
-    ~Interruptible()
-    {
-        for (size_t i = 0; i < std::size(signals); ++i)
-            sigaction(signals[i], &former_[i], nullptr);
-    }
-    Interruptible(const Interruptible &) = delete;
-    Interruptible &operator=(const Interruptible &) = delete;
-
-private:
-    static constexpr int signals[] = {SIGINT, SIGTERM, SIGHUP};
-    struct sigaction former_[std::size(signals)];
-};
 
 // ---- Applying
 
@@ -62,7 +46,7 @@ std::map<Json, Json> by_key(const Place &place, const Json &entries)
 // Between any two changes, a user may end the work; a way back goes on through failures.
 void step(bool goes_on, const std::function<void()> &change)
 {
-    if (wants_end != 0 && !goes_on)
+    if (was_interrupted() && !goes_on)
         throw Interrupted{};
     try {
         change();
@@ -104,14 +88,13 @@ void attempt(const Place &place, const Json &wanted, const Json &present, bool g
 Report account_of(const Json &changes, const std::string &sentence)
 {
     Report report{{{"changes", changes}}};
-    report.text = differences_in_words(changes) + (sentence.empty() ? "" : sentence + '\n');
+    report.text = differences_in_words(changes) + sentence + '\n';
     return report;
 }
 
-std::string count_changes(const Json &changes)
+std::string count_changes(size_t changes)
 {
-    return changes.empty() ? "nothing to change"
-                           : fmt::format("{} change{} made", changes.size(), changes.size() == 1 ? "" : "s");
+    return fmt::format("{} change{}", changes, changes == 1 ? "" : "s");
 }
 
 // ---- Commands
@@ -153,38 +136,135 @@ void verify(const Json &document)
 }
 
 // Half a restore is told whole: what is done, and what another one would still do.
-Refused interrupted(const Json &before, const Json &document)
+std::string interrupted(const Json &before, const Json &document)
 {
     const Json now = read_switch().document;
-    return {fmt::format("interrupted; done until then:\n{}left, for another restore to do:\n{}",
-                        differences_in_words(differences(before, now)),
-                        differences_in_words(differences(now, document)))};
+    return fmt::format("interrupted; done until then:\n{}left, for another restore to do:\n{}",
+                       differences_in_words(differences(before, now)),
+                       differences_in_words(differences(now, document)));
+}
+
+std::string failed(const Json &before, bool keeps)
+{
+    forget_failures(); // they are told already
+    return keeps ? "kept what was reached:\n" +
+                       differences_in_words(differences(before, read_switch().document))
+                 : way_back_in_words(go_back_to(before));
+}
+
+// Asks where the user shall be asked; others have the switch meanwhile.
+Json agreed(const Json &document, const Arguments &arguments)
+{
+    refuse_while_pending();
+    const Json planned = differences(read_switch().document, document);
+    if (planned.empty() || arguments["--yes"])
+        return planned;
+    hide_progress();
+    tell(differences_in_words(planned));
+    if (!confirm(count_changes(planned.size())))
+        throw Refused{"not done"};
+    refuse_while_pending();
+    return planned;
+}
+
+// The one way from a document to the switch, with its way back.
+Report make_so(const Json &document, const Arguments &arguments, const std::string &what)
+{
+    const bool keeps = arguments["--keep"];
+    const Json &seconds = arguments["--confirm"];
+    if (keeps && !seconds.is_null())
+        throw UsageError{"--keep: --confirm is there, too, which goes back; use one of them"};
+    Report report = account_of(Json::array(), "nothing to change");
+    if (!agreed(document, arguments).empty()) {
+        const Json before = read_switch().document;
+        check_requests();
+        std::optional<Pending> pending;
+        if (!seconds.is_null() && !withholds_writes())
+            pending.emplace(before, seconds, what);
+        const Interruptible interruptible;
+        std::string reason;
+        try {
+            apply(document);
+            if (!withholds_writes())
+                verify(document);
+        } catch (const Refused &refused) {
+            reason = fmt::format("{}\n{}", refused.message, failed(before, keeps));
+        } catch (const Interrupted &) {
+            reason = pending ? "interrupted; " + failed(before, false) : interrupted(before, document);
+        }
+        if (!reason.empty() && pending)
+            pending->settle(reason);
+        if (!reason.empty())
+            throw Refused{reason};
+        const Json changes = differences(before, read_switch().document);
+        report =
+            account_of(changes, count_changes(changes.size()) + (withholds_writes() ? " to make" : " made"));
+        if (pending)
+            pending->await();
+    }
+    report.of_settings = !arguments["--registers"];
+    return report;
 }
 
 Report restore(const Arguments &arguments)
 {
-    const Json document =
-        read_document(arguments["FILE"].get<std::string>(), arguments["--skip-unsupported"].get<bool>());
-    const Json before = read_switch().document;
-    check_requests();
-    const Interruptible interruptible;
-    try {
-        apply(document);
-        if (!withholds_writes())
-            verify(document);
-    } catch (const Refused &refused) {
-        forget_failures(); // they are told already
-        const std::string outcome =
-            arguments["--keep"].get<bool>()
-                ? "kept what was reached:\n" +
-                      differences_in_words(differences(before, read_switch().document))
-                : go_back_to(before);
-        throw Refused{fmt::format("{}\n{}", refused.message, outcome)};
-    } catch (const Interrupted &) {
-        throw interrupted(before, document);
+    const auto file = arguments["FILE"].get<std::string>();
+    return make_so(read_document(file, arguments["--skip-unsupported"].get<bool>()), arguments,
+                   "restore " + file);
+}
+
+// ---- edit
+
+// A text that stays when something was wrong with it.
+std::string make_draft(const std::string &text)
+{
+    std::string path = std::filesystem::temp_directory_path() / "eswctl-XXXXXX.json";
+    const int file = mkstemps(path.data(), 5);
+    const bool written = file >= 0 && ::write(file, text.data(), text.size()) == std::ssize(text);
+    const std::string reason = strerror(errno);
+    close(file);
+    if (!written)
+        throw Refused{fmt::format("cannot write {}: {}", path, reason)};
+    return path;
+}
+
+void run_editor(const std::string &path)
+{
+    const char *visual = getenv("VISUAL");
+    const char *editor = visual && *visual ? visual : getenv("EDITOR");
+    const std::string command = editor && *editor ? editor : "vi";
+    const UnlockedWhile editing;
+    const Interruptible of_the_editor;
+    const pid_t child = start("/bin/sh", {"sh", "-c", command + " \"$1\"", "sh", path}, false);
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
-    const Json changes = differences(before, read_switch().document);
-    return account_of(changes, count_changes(changes));
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
+        throw Refused{fmt::format("the editor {} failed", command)};
+}
+
+Report edit(const Arguments &arguments)
+{
+    refuse_while_pending();
+    const std::string path = make_draft(read_switch().document.dump(2) + '\n');
+    for (;;) {
+        try {
+            run_editor(path);
+            const Json document =
+                understand(read_file(path), "this", arguments["--skip-unsupported"].get<bool>());
+            Report report = make_so(document, arguments, "edit");
+            unlink(path.c_str());
+            return report;
+        } catch (const Refused &refused) {
+            forget_failures();
+            const std::string reason = fmt::format("{}\nthe text is still in {}", refused.message, path);
+            if (arguments["--yes"] || !can_ask())
+                throw Refused{reason};
+            tell(fmt::format("eswctl: {}\n", reason));
+            if (!confirm("Back into the editor"))
+                throw Refused{"not done"};
+        }
+    }
 }
 
 Report diff(const Arguments &arguments)
@@ -194,7 +274,8 @@ Report diff(const Arguments &arguments)
     const Json changes = other.is_null()
                              ? differences(read_switch().document, document)
                              : differences(document, read_document(other.get<std::string>(), true));
-    Report report = account_of(changes, changes.empty() ? "no difference" : "");
+    Report report = account_of(changes, count_changes(changes.size()) + " to make");
+    report.text = changes.empty() ? "no difference\n" : differences_in_words(changes);
     report.different = !changes.empty();
     return report;
 }
@@ -222,20 +303,42 @@ void apply(const Json &document, bool goes_on)
     }
 }
 
+// What failed once may have come of what was still in its way.
 std::string go_back_to(const Json &before)
 {
-    apply(before, true);
-    const Json left = differences(read_switch().document, before);
-    forget_failures();
-    return left.empty()
-               ? "went back: the switch is what it was"
-               : fmt::format("could not go back in all; left to do:\n{}", differences_in_words(left));
+    std::string left = "?";
+    for (int attempt = 0; attempt < 2 && !left.empty(); ++attempt) {
+        try {
+            apply(before, true);
+            left = differences_in_words(differences(read_switch().document, before));
+        } catch (const Refused &refused) {
+            left = refused.message;
+        }
+        forget_failures();
+    }
+    return left;
+}
+
+std::string way_back_in_words(const std::string &left)
+{
+    return left.empty() ? "went back: the switch is what it was" : "could not go back in all; left:\n" + left;
 }
 
 std::vector<Command> configuration_commands()
 {
     const Argument file{"FILE", "file that save made; - for standard input", file_name(), true};
     const Argument skip{"--skip-unsupported", "leave out what this switch does not have", {}};
+    const auto changing = [&](std::vector<Argument> arguments) {
+        arguments.push_back(skip);
+        arguments.push_back(
+            {"--keep", "when it fails, stay with what was reached instead of going back", {}});
+        arguments.push_back(
+            {"--confirm",
+             "seconds after which the switch is what it was, unless eswctl confirm or Enter comes",
+             number(1, 86400, "seconds")});
+        arguments.push_back({"--registers", "with --dry-run: show registers in place of settings", {}});
+        return arguments;
+    };
     return {
         {"save",
          "Save the switch's configuration as one JSON document, or as command lines",
@@ -243,11 +346,18 @@ std::vector<Command> configuration_commands()
           {"--commands", "as command lines, which batch takes: they first clear what is a table", {}},
           {"--strict", "save nothing when something of it can't be saved", {}}},
          save},
-        {"restore",
-         "Make the switch what a saved configuration says, changing only what differs",
-         {file, skip, {"--keep", "when it fails, stay with what was reached instead of going back", {}}},
-         restore,
-         true},
+        {.words = "restore",
+         .summary = "Make the switch what a saved configuration says, changing only what differs",
+         .arguments = changing({file}),
+         .run = restore,
+         .asks = true,
+         .asks_itself = true},
+        {.words = "edit",
+         .summary = "Change the configuration in $VISUAL or $EDITOR, as restore does",
+         .arguments = changing({}),
+         .run = edit,
+         .asks = true,
+         .asks_itself = true},
         {"diff",
          "Show what a restore of FILE would change; or what differs between FILE and OTHER",
          {file, {"OTHER", "another file that save made", file_name()}, skip},

@@ -2,6 +2,7 @@
 // Making the switch what a document says, with a way back.
 #pragma once
 
+#include "eswctl/command.h"
 #include "eswctl/document.h"
 
 namespace eswctl {
@@ -12,7 +13,8 @@ namespace eswctl {
 struct Interrupted {};
 void apply(const Json &document, bool goes_on = false);
 
-// Makes the switch what it was. Says in words what came of it: what could not be taken back, too.
+// Makes the switch what it was. Yields what could not be taken back, in the words of the settings.
 std::string go_back_to(const Json &before);
+std::string way_back_in_words(const std::string &left);
 
 } // namespace eswctl

@@ -39,6 +39,7 @@ Family cfp_family();
 void add_vlan_settings(Family &family);
 void add_udf_commands(Family &family);
 std::vector<Command> configuration_commands();
+std::vector<Command> pending_commands();
 
 Report overview(const Arguments &arguments);
 Json link_of(uint32_t port); // as link show has it

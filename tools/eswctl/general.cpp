@@ -62,7 +62,8 @@ Family general_family()
                        reset,
                        true},
                   }};
-    std::ranges::move(configuration_commands(), std::back_inserter(family.commands));
+    for (const auto commands : {configuration_commands, pending_commands})
+        std::ranges::move(commands(), std::back_inserter(family.commands));
     for (const auto command : {batch_command, completion_command, manual_command})
         family.commands.push_back(command());
     return family;

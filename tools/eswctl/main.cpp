@@ -11,6 +11,7 @@
 #include "eswctl/dry_run.h"
 #include "eswctl/errors.h"
 #include "eswctl/output.h"
+#include "eswctl/pending.h"
 #include "eswctl/terminal.h"
 #include "eswctl/turn.h"
 
@@ -33,12 +34,15 @@ Report dry_run(const Parsed &parsed)
     withhold_writes();
     silence(true);
     std::exception_ptr failure;
+    Report report;
     try {
-        execute(parsed);
+        report = execute(parsed);
     } catch (...) {
         failure = std::current_exception();
     }
     silence(false);
+    if (report.of_settings)
+        return report;
     Report changes = withheld_changes();
     if (!failure)
         return changes;
@@ -61,6 +65,8 @@ int run(const Parsed &parsed)
         }
         if (options.trace)
             trace_requests();
+        if (connection && !options.dry_run)
+            go_back_when_overdue();
         report = options.dry_run ? dry_run(parsed) : execute(parsed);
     }
     emit(report);

@@ -29,7 +29,9 @@ bool silent_now = false;
 const Progress *shown_progress = nullptr;
 volatile sig_atomic_t interrupted = 0;
 
-void note_interrupt(int) { interrupted = 1; }
+void note_interrupt(int signal) { interrupted = signal; }
+
+constexpr int ending_signals[] = {SIGINT, SIGTERM, SIGHUP};
 
 } // namespace
 
@@ -110,6 +112,28 @@ bool wait_for_next(double seconds)
 }
 
 bool was_interrupted() { return interrupted != 0; }
+
+int take_interrupt()
+{
+    const int signal = interrupted;
+    interrupted = 0;
+    return signal;
+}
+
+Interruptible::Interruptible()
+{
+    struct sigaction action = {};
+    action.sa_handler = note_interrupt;
+    for (size_t i = 0; i < std::size(ending_signals); ++i)
+        sigaction(ending_signals[i], &action, &former_[i]);
+}
+
+Interruptible::~Interruptible()
+{
+    for (size_t i = 0; i < std::size(ending_signals); ++i)
+        sigaction(ending_signals[i], &former_[i], nullptr);
+    take_interrupt();
+}
 
 Progress::Progress(std::string what, size_t total)
     : what_(std::move(what)), total_(total), columns_(error_terminal().value_or(TerminalSize{}).columns),

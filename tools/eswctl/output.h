@@ -2,6 +2,7 @@
 // The one way from a report to the user, and what commands that go on for a while need.
 #pragma once
 
+#include <csignal>
 #include <string>
 
 #include "eswctl/report.h"
@@ -28,6 +29,19 @@ void silence(bool silent);
 // Sleeps. False when the user pressed Ctrl-C: the command then ends in order.
 bool wait_for_next(double seconds);
 bool was_interrupted();
+
+// To the end of its scope, signals that would end the program are noted only.
+class Interruptible {
+public:
+    Interruptible();
+    ~Interruptible(); // forgets what came
+    Interruptible(const Interruptible &) = delete;
+    Interruptible &operator=(const Interruptible &) = delete;
+
+private:
+    struct sigaction former_[3];
+};
+int take_interrupt(); // the signal that was noted since the last call, or 0
 
 // Shows the states of a watch in one place of a terminal, cut to its size; elsewhere one after another.
 class LiveView {

@@ -32,6 +32,7 @@ struct Report {
     std::string sentence = ""; // what a command that changes something has done
     std::string text = "";     // printed as it stands, for what is a text already
     bool one_of_many = false;  // of a watch: as JSON, it takes one line
+    bool of_settings = false;  // a dry run prints it, too, in place of registers
     bool different = false;    // what was compared is not equal: an exit code of its own
 };
 

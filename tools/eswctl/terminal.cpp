@@ -6,12 +6,14 @@
 #include <cstring>
 
 #include <fcntl.h>
+#include <spawn.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <fmt/format.h>
 
+#include "eswctl/errors.h"
 #include "eswctl/turn.h"
 
 namespace eswctl {
@@ -80,6 +82,32 @@ bool confirm(const std::string &question)
         return false;
     answer[strcspn(answer, "\n")] = '\0';
     return strcmp(answer, "y") == 0 || strcmp(answer, "Y") == 0 || strcmp(answer, "yes") == 0;
+}
+
+pid_t start(const std::string &program, const std::vector<std::string> &words, bool detached)
+{
+    std::vector<char *> argv;
+    for (const std::string &word : words)
+        argv.push_back(const_cast<char *>(word.c_str()));
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t files;
+    posix_spawnattr_t attributes;
+    posix_spawn_file_actions_init(&files);
+    posix_spawnattr_init(&attributes);
+    for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (detached)
+            posix_spawn_file_actions_addopen(&files, number, "/dev/null", O_RDWR, 0);
+        else if (number == STDOUT_FILENO)
+            posix_spawn_file_actions_adddup2(&files, own_output, number);
+    }
+    posix_spawnattr_setflags(&attributes, detached ? POSIX_SPAWN_SETSID : 0);
+    pid_t child = 0;
+    const int fault = posix_spawn(&child, program.c_str(), &files, &attributes, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&files);
+    posix_spawnattr_destroy(&attributes);
+    if (fault != 0)
+        throw Refused{fmt::format("cannot start {}: {}", program, strerror(fault))};
+    return child;
 }
 
 HeldBack::HeldBack()

@@ -5,6 +5,9 @@
 
 #include <optional>
 #include <string>
+#include <vector>
+
+#include <sys/types.h>
 
 namespace eswctl {
 
@@ -29,6 +32,10 @@ std::optional<TerminalSize> error_terminal();
 // Asks on the terminal whether to do what a sentence without its full stop says.
 bool can_ask();
 bool confirm(const std::string &question);
+
+// Starts a program: in the foreground with the tool's own output, or without a terminal and in a session of
+// its own, so that it outlives this one. Throws Refused.
+pid_t start(const std::string &program, const std::vector<std::string> &words, bool detached);
 
 // Holds back what is printed to standard output and error, to show it or not once its cause is known.
 class HeldBack {

@@ -26,6 +26,7 @@ namespace {
 constexpr const char *lock_files[] = {"/run/lock/esw.lock", "/dev/shm/esw.lock"};
 
 int lock_file = -1;
+std::string directory; // of the lock, with its slash
 bool has_turn = false;
 
 // Reading is enough for the lock. Whoever creates the file lets everybody else join.
@@ -48,8 +49,10 @@ void open_lock_file()
     for (const char *path : lock_files) {
         tried = path;
         lock_file = open_or_create(path);
-        if (lock_file >= 0)
+        if (lock_file >= 0) {
+            directory.assign(path, strrchr(path, '/') + 1);
             return;
+        }
         if (errno != ENOENT && errno != EROFS)
             break;
     }
@@ -133,6 +136,8 @@ Turn::~Turn()
     end_turn();
     close(std::exchange(lock_file, -1));
 }
+
+std::string beside_lock(const std::string &name) { return directory + name; }
 
 UnlockedWhile::UnlockedWhile() : had_turn_(has_turn) { end_turn(); }
 

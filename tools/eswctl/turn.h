@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 namespace eswctl {
 
@@ -19,6 +20,10 @@ public:
     Turn(const Turn &) = delete;
     Turn &operator=(const Turn &) = delete;
 };
+
+// The path of a file in the directory of the lock: what all programs on this switch share, until the system
+// starts anew.
+std::string beside_lock(const std::string &name);
 
 // Lets others have the switch to the end of its scope: while a command asks, sleeps, or shows what it has
 // read. What was read before may be different afterwards.
