@@ -120,8 +120,11 @@ deb: packages
 	@[ $(DEB_ARCH) != arm64 ] || packaging/install-packages packaging/arm64-packages
 	@packaging/build-debs $(DEB_ARCH)
 
-# As root: installs the packages in a fresh root, uses them there, and purges them.
+# As root: builds the packages again, elsewhere and by other habits, then installs them in a fresh root, uses and purges
+# them.
 test-deb: deb
+	@umask 077 && TZ=Pacific/Auckland LC_ALL=C.UTF-8 packaging/build-debs $(DEB_ARCH) build/deb/again/$(DEB_ARCH) > /dev/null
+	@cd build/deb/$(DEB_ARCH) && for package in *.deb; do cmp $$package ../again/$(DEB_ARCH)/$$package || exit 1; done
 	@tests/package/debs.sh build/deb/$(DEB_ARCH)
 
 test-musl: packages

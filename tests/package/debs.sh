@@ -24,7 +24,7 @@ mkdir "$root"
 tar -x -C "$root" -f "$cache"
 mount -t proc proc "$root/proc"
 contents() { (cd "$root" && find . -xdev -path ./proc -prune -o -path ./var/log -prune -o -path ./var/cache -prune -o \
-    -path ./var/lib/dpkg -prune -o -path './etc/*-' -prune -o -print | sort); }
+    -path ./var/lib/dpkg -prune -o -path ./run/adduser -prune -o -path './etc/*-' -prune -o -print | sort); }
 
 before=$(contents)
 mkdir "$root/debs"
