@@ -98,8 +98,6 @@ constexpr Setting addresses[] = {
 
 // ---- VLANs
 
-constexpr uint32_t ports_that_there_are = 0x103;
-
 Json read_vlans(uint32_t)
 {
     const HeldBack messages; // a membership file that is missing just means no VLANs
@@ -118,7 +116,12 @@ int32_t write_vlan(uint32_t, const Json &entry)
     const int32_t result = eth_vlan_create(entry["vid"]);
     if (result != ETH_E_NONE && result != ETH_E_EXISTS)
         return result;
-    set_vlan_ports(entry["vid"], {to_port_set(entry["members"]), to_port_set(entry["untagged"])});
+    const VlanPorts left =
+        set_vlan_ports(entry["vid"], {to_port_set(entry["members"]), to_port_set(entry["untagged"])});
+    if (left != VlanPorts{})
+        tell(fmt::format("eswctl: vlan {} keeps what no call takes away: ports {}, untagged {}\n",
+                         in_words(entry["vid"]), in_words(from_port_set(left.members)),
+                         in_words(from_port_set(left.untagged))));
     return ETH_E_NONE;
 }
 
@@ -127,7 +130,7 @@ Json settle_vlan(uint32_t, const Json &entry)
 {
     Json settled = entry;
     for (const char *set : {"members", "untagged"})
-        settled[set] = from_port_set(to_port_set(entry[set]) & ports_that_there_are);
+        settled[set] = from_port_set(to_port_set(entry[set]) & to_port_set(all_ports));
     return settled;
 }
 

@@ -186,7 +186,13 @@ Report set(const Arguments &arguments)
         throw UsageError{"PORTS: ports that send without a tag must be member ports, too"};
     return change({arguments["VID"]},
                   fmt::format("{}, {} untagged", name_set(given.members), name_set(given.untagged)),
-                  [&](uint16_t vid) { set_vlan_ports(vid, wanted); },
+                  [&](uint16_t vid) {
+                      if (set_vlan_ports(vid, wanted) != VlanPorts{})
+                          throw Refused{fmt::format(
+                              "cannot set the ports of VLAN {}: other software gave it ports that the "
+                              "library can't remove; eswctl vlan destroy {} does",
+                              vid, vid)};
+                  },
                   {{"members", given.members}, {"untagged", from_port_set(wanted.untagged)}});
 }
 
@@ -263,20 +269,20 @@ VlanPorts vlan_ports(uint32_t vid)
     return ports;
 }
 
-void set_vlan_ports(uint32_t vid, const VlanPorts &wanted)
+VlanPorts set_vlan_ports(uint32_t vid, const VlanPorts &wanted)
 {
     const std::string what = fmt::format("set the ports of VLAN {}", vid);
     const VlanPorts present = vlan_ports(vid);
     const uint32_t wrong = (present.members & ~wanted.members) | (present.untagged & ~wanted.untagged);
     const auto id = static_cast<uint16_t>(vid);
-    if (const uint32_t removable = wrong & to_port_set(all_ports); removable != 0)
-        check(eth_vlan_port_remove(id, removable), what, meanings);
+    const uint32_t here = to_port_set(all_ports);
+    if ((wrong & here) != 0)
+        check(eth_vlan_port_remove(id, wrong & here), what, meanings);
     check(eth_vlan_port_add(id, wanted.members, wanted.untagged), what, meanings);
-    if (vlan_ports(vid) != wanted)
-        throw Refused{
-            fmt::format("cannot {}: other software gave it ports that the library can't remove; eswctl vlan "
-                        "destroy {} does",
-                        what, vid)};
+    const VlanPorts now = vlan_ports(vid);
+    const VlanPorts odd{now.members ^ wanted.members, now.untagged ^ wanted.untagged};
+    check(((odd.members | odd.untagged) & here) == 0 ? ETH_E_NONE : ETH_E_TIMEOUT, what, meanings);
+    return odd;
 }
 
 Family vlan_family()

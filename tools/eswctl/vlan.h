@@ -19,7 +19,8 @@ struct VlanPorts {
 
 VlanPorts vlan_ports(uint32_t vid);
 
-// Makes a VLAN that exists exactly this; ports that have their part already are not touched.
-void set_vlan_ports(uint32_t vid, const VlanPorts &wanted);
+// Makes a VLAN that exists exactly this; ports that have their part already are not touched. Yields what other
+// software gave it and no call takes away: ports that there are not.
+VlanPorts set_vlan_ports(uint32_t vid, const VlanPorts &wanted);
 
 } // namespace eswctl
