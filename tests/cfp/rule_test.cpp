@@ -49,20 +49,28 @@ eth_cfp_rule_t numbered(uint32_t first)
     return rule;
 }
 
-void add_commands(Lines &lines, const Exchange &all, unsigned slot, unsigned operation)
+std::string commands(const Exchange &all, unsigned slot, unsigned operation)
 {
+    std::string text = " a0:00";
     for (const unsigned select : all.selects) {
         const unsigned command = slot << 16 | select << 10 | operation;
-        lines.push_back(fmt::format("write a0:00 w64 <- {:#x}", command));
-        lines.push_back(fmt::format("read a0:00 w32 -> {:#x}", command & ~1U));
+        text += fmt::format(" w64={:x} r32={:x}", command, command & ~1U);
     }
+    return text;
 }
 
-void add_write(Lines &lines, const Exchange &all, unsigned slot, eth_cfp_rule_t rule)
+// Each word of the rule, and how it is transferred.
+std::string transfers(const Exchange &all, const char *verb, eth_cfp_rule_t rule)
 {
+    std::string text;
     for (const auto &[word, offset] : all.words)
-        lines.push_back(fmt::format("write a0:{:02x} w64 <- {:#x}", offset, words(rule)[word]));
-    add_commands(lines, all, slot, 0x5);
+        text += fmt::format(" a0:{:02x} {}={:x}", offset, verb, words(rule)[word]);
+    return text;
+}
+
+std::string write_of(const Exchange &all, unsigned slot, const eth_cfp_rule_t &rule)
+{
+    return transfers(all, "w64", rule) + commands(all, slot, 5);
 }
 
 class CfpRule : public Board {
@@ -98,19 +106,14 @@ TEST_F(CfpRule, TransfersInOrderAndBitExact)
 {
     on_both_classes([&](uint32_t device, const Exchange &all) {
         eth_cfp_rule_t given = numbered(0xA0000001);
-        Lines expected;
-        add_write(expected, all, 63, given);
-        if (device == class_b) // policer[0] ends in 0x14: rate mode 2
-            expected.insert(expected.end(), {"read a0:04 w64 -> 0x0", "write a0:04 w64 <- 0x4"});
-        EXPECT_EQ(requests([&] { EXPECT_EQ(eth_cfp_rule_set(63, given), 63); }), expected);
+        // policer[0] ends in 0x14: rate mode 2
+        EXPECT_EQ(outcome(CALL(eth_cfp_rule_set(63, given))),
+                  "63:" + write_of(all, 63, given) + (device == class_b ? " a0:04 r64=0 w64=4" : ""));
 
         occupy({62}); // leaves other contents in the registers
         eth_cfp_rule_t got = numbered(0x50000000);
-        expected.clear();
-        add_commands(expected, all, 63, 0x3);
-        for (const auto &[word, offset] : all.words)
-            expected.push_back(fmt::format("read a0:{:02x} w32 -> {:#x}", offset, words(given)[word]));
-        EXPECT_EQ(requests([&] { EXPECT_EQ(eth_cfp_rule_get(63, &got), 0); }), expected);
+        EXPECT_EQ(outcome(CALL(eth_cfp_rule_get(63, &got))),
+                  "0:" + commands(all, 63, 3) + transfers(all, "r32", given));
 
         eth_cfp_rule_t wanted = numbered(0x50000000);
         for (const auto &[word, offset] : all.words)
@@ -133,19 +136,17 @@ TEST_F(CfpRule, ArgumentsAreCheckedBeforeTheDevice)
     gESWID = 0x1234;
     eth_cfp_rule_t rule = numbered(1);
     const Texts texts = printed([&] {
-        EXPECT_EQ(eth_cfp_rule_get(64, &rule), ETH_E_PARAM);
-        EXPECT_EQ(eth_cfp_rule_get(UINT32_MAX, &rule), ETH_E_PARAM);
-        EXPECT_EQ(eth_cfp_rule_set(64, rule), ETH_E_PARAM);
-        EXPECT_EQ(eth_cfp_rule_get(63, &rule), ETH_E_UNSUPPORTED);
+        EXPECT_EQ(outcome(CALL(eth_cfp_rule_get(64, &rule))), "-4");
+        EXPECT_EQ(outcome(CALL(eth_cfp_rule_get(UINT32_MAX, &rule))), "-4");
+        EXPECT_EQ(outcome(CALL(eth_cfp_rule_set(64, rule))), "-4");
+        EXPECT_EQ(outcome(CALL(eth_cfp_rule_get(63, &rule))), "-17");
         gESWID = 0xABCDE;
-        EXPECT_EQ(eth_cfp_rule_set(-1, rule), ETH_E_UNSUPPORTED);
+        EXPECT_EQ(outcome(CALL(eth_cfp_rule_set(-1, rule))), "-17");
     });
-    EXPECT_THAT(log(), IsEmpty());
     EXPECT_EQ(texts.out, "eth_cfp_rule_get: switch (0x1234) NOT supported!\n"
                          "eth_cfp_rule_set: switch (0xABCDE) NOT supported!\n");
-    const Texts of_clear = printed([] { EXPECT_EQ(eth_cfp_rule_clear(), ETH_E_NONE); });
-    EXPECT_EQ(std::ranges::count(of_clear.out, '\n'), 64);
-    EXPECT_THAT(log(), ElementsAre("write a0:00 w64 <- 0x11", "read a0:00 w32 -> 0x10"));
+    const auto clear = [&] { EXPECT_EQ(outcome(CALL(eth_cfp_rule_clear())), "0: a0:00 w64=11 r32=10"); };
+    EXPECT_EQ(std::ranges::count(printed(clear).out, '\n'), 64);
 }
 
 TEST_F(CfpRule, SearchTakesTurnsThroughTheTable)
@@ -254,11 +255,10 @@ TEST_F(CfpRule, ClearWritesFreeSlotsInOrderAndThenClears)
         EXPECT_EQ(std::count(words(cleared), words(cleared) + record_words, 0), device == class_b ? 30 : 31);
         EXPECT_EQ(cleared.policer[0], device == class_b ? 0x18u : 0u);
         cleared.policer[1] = 0x80000000;
-        Lines expected;
+        std::string expected = "0:";
         for (unsigned slot = 0; slot < 64; ++slot)
-            add_write(expected, all, slot, cleared);
-        expected.insert(expected.end(), {"write a0:00 w64 <- 0x11", "read a0:00 w32 -> 0x10"});
-        EXPECT_EQ(requests([] { EXPECT_EQ(eth_cfp_rule_clear(), ETH_E_NONE); }), expected);
+            expected += write_of(all, slot, cleared);
+        EXPECT_EQ(outcome(CALL(eth_cfp_rule_clear())), expected + " w64=11 r32=10");
         EXPECT_EQ(eth_cfp_rule_set(-1, numbered(1)), 0);
     });
 }

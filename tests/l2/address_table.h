@@ -33,9 +33,4 @@ inline uint64_t key_of(const eth_l2_addr_t &entry)
     return esw::pack_mac(entry.mac) | uint64_t{entry.vid} << 48;
 }
 
-inline auto count_of(const Lines &lines, const std::string &start)
-{
-    return std::ranges::count_if(lines, [&](const std::string &line) { return line.starts_with(start); });
-}
-
 } // namespace test

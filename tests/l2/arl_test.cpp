@@ -7,10 +7,17 @@ namespace {
 using namespace test;
 
 constexpr uint64_t own = 0xF00A'0200'5E00'5301; // the VID is not masked to 12 bits
-constexpr uint64_t mac = 0x0200'5E00'5301;
 
 // Others that fall into the same bucket.
 constexpr uint64_t other(unsigned n) { return own ^ (0x401 * (n + 1)); }
+
+// A command on the bucket, up to the end of its wait.
+std::string command(unsigned number, unsigned latency = 0, bool ends = true)
+{
+    return fmt::format("05:02 w64=2005e005301 05:08 w64=f00a 05:00 w64={:x}", number) +
+           (latency ? fmt::format(" r32={:x}*{}", number, latency) : "") +
+           (ends ? fmt::format(" r32={:x}", number & 1) : "");
+}
 
 class Arl : public AddressTable {
 protected:
@@ -24,33 +31,18 @@ protected:
         }
     }
 
-    // A command on the bucket, up to the end of its wait.
-    static Lines command(unsigned number)
-    {
-        return {fmt::format("write 05:02 w64 <- {:#x}", mac), "write 05:08 w64 <- 0xf00a",
-                fmt::format("write 05:00 w64 <- {:#x}", number),
-                fmt::format("read 05:00 w32 -> {:#x}", number & 1)};
-    }
-
     // The bins looked at: a free one shows no key.
-    Lines scan(unsigned bins)
+    std::string scan(unsigned bins)
     {
-        Lines lines;
+        std::string text;
         for (unsigned bin = 0; bin < bins; ++bin) {
             const auto [key, data, age] = bucket(own)[bin];
-            lines.push_back(fmt::format("read 05:{:x}8 w32 -> {:#x}", bin + 1, data));
-            if (data != 0)
-                lines.push_back(fmt::format("read 05:{:x}0 w64 -> {:#x}", bin + 1, key));
+            text += fmt::format(" 05:{}8 r32={:x}", bin + 1, data);
+            text += data ? fmt::format(" 05:{}0 r64={:x}", bin + 1, key) : "";
         }
-        return lines;
+        return text;
     }
 };
-
-Lines operator+(Lines lines, const Lines &more)
-{
-    lines.insert(lines.end(), more.begin(), more.end());
-    return lines;
-}
 
 TEST_F(Arl, AnAddTakesOneBinAndADeleteTakesTheSame)
 {
@@ -69,20 +61,14 @@ TEST_F(Arl, AnAddTakesOneBinAndADeleteTakesTheSame)
     for (const auto &c : cases) {
         for (const uint32_t data : {0x1E808U, 0x4000U}) {
             fill(c.bins);
-            Lines expected = Lines{"lock"} + command(0x81) + scan(c.looked_at);
-            if (c.taken >= 0)
-                expected = expected +
-                           Lines{fmt::format("write 05:{}8 w64 <- {:#x}", c.taken + 1, data),
-                                 fmt::format("write 05:{}0 w64 <- {:#x}", c.taken + 1, own)} +
-                           command(0x80);
-            const int32_t result = c.taken < 0 ? ETH_E_FULL : 0;
-            EXPECT_EQ(requests([&] {
-                          if (data == 0x4000)
-                              EXPECT_EQ(eth_l2_addr_delete(entry.mac, entry.vid), result);
-                          else
-                              EXPECT_EQ(eth_l2_addr_add(&entry), result);
-                      }),
-                      expected + Lines{"unlock"})
+            const std::string seen = "[" + command(0x81) + scan(c.looked_at);
+            const std::string place = // which a free bin's data has been read from
+                c.taken >= 0 && c.bins[c.taken] == '.' ? "" : fmt::format(" 05:{}8", c.taken + 1);
+            const std::string stored =
+                fmt::format("{} w64={:x} 05:{}0 w64={:x} ", place, data, c.taken + 1, own) + command(0x80);
+            EXPECT_EQ(outcome(CALL(data == 0x4000 ? eth_l2_addr_delete(entry.mac, entry.vid)
+                                                  : eth_l2_addr_add(&entry))),
+                      (c.taken < 0 ? "-6: " : "0: ") + seen + (c.taken < 0 ? "" : stored) + "]")
                 << c.bins;
             EXPECT_TRUE(c.taken < 0 || bucket(own)[c.taken].data == data) << c.bins;
         }
@@ -94,37 +80,34 @@ TEST_F(Arl, PortsAreCheckedByKindOfAddress)
     struct {
         uint8_t first_byte;
         uint32_t port;
-        int32_t result;
+        bool accepted;
     } const cases[] = {
-        {0x02, 0, 0}, {0x02, 8, 0}, {0x02, 2, -18},     {0x02, 0x103, -18},      {0x01, 0x103, 0},
-        {0x33, 0, 0}, {0x01, 2, 0}, {0x01, 0x104, -18}, {0x01, 0x80000001, -18},
+        {0x02, 0, true},      {0x02, 8, true},      {0x02, 2, false},
+        {0x02, 0x103, false}, {0x01, 0x103, true},  {0x33, 0, true},
+        {0x01, 2, true},      {0x01, 0x104, false}, {0x01, 0x80000001, false},
     };
     for (const auto &c : cases) {
         eth_l2_addr_t entry = entry_of(uint64_t{c.first_byte} << 40);
         entry.port = c.port;
         entry.tc = 0x209; // not masked: reaches beyond its field
-        const Lines lines = requests([&] { EXPECT_EQ(eth_l2_addr_add(&entry), c.result) << c.port; });
-        EXPECT_EQ(count_of(lines, fmt::format("write 05:18 w64 <- {:#x}", c.port | 0x114800)), c.result == 0);
-        EXPECT_TRUE(c.result == 0 || lines.empty());
+        const std::string got = outcome(CALL(eth_l2_addr_add(&entry)));
+        EXPECT_TRUE(c.accepted ? got.starts_with("0: [") : got == "-18") << got;
+        EXPECT_EQ(got.find(fmt::format(" w64={:x} ", c.port | 0x114800)) < got.size(), c.accepted) << got;
     }
 }
 
 TEST_F(Arl, WaitsEndAfter101Reads)
 {
     eth_l2_addr_t entry = entry_of(own);
-    uint32_t found = 9;
-    int32_t bin = 9;
     options().behaviour.latency = 100;
-    Lines lines = requests([&] { EXPECT_EQ(eth_l2_addr_add(&entry), 0); });
-    EXPECT_EQ(count_of(lines, "read 05:00 w32 -> 0x8"), 200);
+    EXPECT_EQ(outcome(CALL(eth_l2_addr_add(&entry))),
+              fmt::format("0: [{} 05:18 r32=0 w64=14000 05:10 w64={:x} {}]", command(0x81, 100), own,
+                          command(0x80, 100)));
     options().behaviour.latency = 101;
-    lines = requests([&] { EXPECT_EQ(eth_l2_addr_add(&entry), ETH_E_TIMEOUT); });
-    EXPECT_EQ(count_of(lines, "read 05:00"), 101);
-    EXPECT_EQ(lines.size(), 1u + 3 + 101 + 1) << "nothing but the wait follows the command";
-    EXPECT_EQ(lines.back(), "unlock");
+    EXPECT_EQ(outcome(CALL(eth_l2_addr_add(&entry))), "-9: [" + command(0x81, 101, false) + "]");
     options().behaviour.stuck = sim::find_bank("arl-access");
-    EXPECT_EQ(eth_arl_entry_bin_check(&entry, &entry, &found, &bin), ETH_E_TIMEOUT);
-    EXPECT_EQ(std::pair(found, bin), std::pair(0u, -1));
+    EXPECT_EQ(outcome(CALL(eth_arl_entry_bin_check(&entry, &entry, o, o + 1))),
+              "-9 0 -1: " + command(0x81, 101, false));
 }
 
 TEST_F(Arl, BinCheck)
@@ -134,20 +117,17 @@ TEST_F(Arl, BinCheck)
     struct {
         const char *bins;
         const eth_l2_addr_t &probe, &entry;
-        uint32_t found;
-        int32_t bin;
+        const char *result;
     } const cases[] = {
-        {"d.m.", valid, valid, 1, 2},     {"m.m.", neighbour, valid, 0, 2},
-        {"m.ds", neighbour, valid, 1, 0}, {"m.d.", no_neighbour, valid, 0, 0},
-        {"dd.s", valid, valid, 0, -1},    {"m...", valid, invalid, 0, -1},
+        {"d.m.", valid, valid, "0 1 2"},     {"m.m.", neighbour, valid, "0 0 2"},
+        {"m.ds", neighbour, valid, "0 1 0"}, {"m.d.", no_neighbour, valid, "0 0 0"},
+        {"dd.s", valid, valid, "0 0 -1"},    {"m...", valid, invalid, "0 0 -1"},
     };
     for (const auto &c : cases) {
         fill(c.bins);
-        uint32_t found = 9;
-        int32_t bin = 9;
-        EXPECT_EQ(requests([&] { EXPECT_EQ(eth_arl_entry_bin_check(&c.probe, &c.entry, &found, &bin), 0); }),
-                  c.entry.flags & ETH_L2_VALID ? command(0x81) + scan(4) : Lines{});
-        EXPECT_EQ(std::pair(found, bin), std::pair(c.found, c.bin)) << c.bins;
+        EXPECT_EQ(outcome(CALL(eth_arl_entry_bin_check(&c.probe, &c.entry, o, o + 1))),
+                  c.result + (&c.entry == &valid ? ": " + command(0x81) + scan(4) : ""))
+            << c.bins;
     }
 }
 
@@ -163,16 +143,14 @@ TEST_F(Arl, RecordsAreInitialisedWhole)
 
 TEST_F(Arl, BinFull)
 {
-    uint32_t count = 0, forward = 0;
-    reg(4, 0x74) = 0x8003;
-    EXPECT_EQ(requests([&] {
-                  EXPECT_EQ(eth_arl_bin_full_counter_get(&count) | eth_arl_bin_full_fwd_get(&forward), 0);
-                  EXPECT_EQ(eth_arl_bin_full_fwd_set(5), 0);
-              }),
-              (Lines{"read 04:70 w32 -> 0x0", "read 04:74 w32 -> 0x8003", "write 04:74 w64 <- 0x1"}));
-    EXPECT_EQ(std::pair(count, forward), std::pair(0u, 0x8003u));
+    expect({
+        {"abu", CALL(eth_arl_bin_full_counter_get(o)), "0 -2147483645: 04:70 r32=80000003"},
+        {"abu", CALL(eth_arl_bin_full_fwd_get(o)), "0 32771: 04:74 r32=8003"},
+        {"abu", CALL(eth_arl_bin_full_fwd_set(5)), "0: 04:74 w64=1"},
+        {"b", CALL(eth_arl_bin_full_fwd_set(0)), "0: 04:74 w64=0"},
+    });
     options().all_requests_fail = true;
-    printed([] { EXPECT_EQ(eth_arl_bin_full_fwd_set(0), ETH_E_FAIL); });
+    printed([&] { EXPECT_EQ(outcome(CALL(eth_arl_bin_full_fwd_set(0))), "-1: 04:74 w64=0!"); });
 }
 
 } // namespace

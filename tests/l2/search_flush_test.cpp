@@ -56,14 +56,9 @@ TEST_F(Search, DecodesIntoTheCallersRecords)
     all()[0] = {0xF123'0102'0304'0506, 0x18005, 0};
     all()[7] = {0x0001'0A0B'0C0D'0E0F, 0xFFFE0000 | 0x11803, 0};
     eth_l2_addr_t first = filled(0x80000001), second = filled(0x80000001 | ETH_L2_STATIC);
-    EXPECT_EQ(
-        requests([&] {
-            EXPECT_EQ(eth_l2_search_start(), 0);
-            EXPECT_EQ(eth_l2_search_next(&first, &second), 0);
-        }),
-        (Lines{"lock", "read 05:50 w64 -> 0x0", "write 05:50 w64 <- 0x80", "unlock", "lock",
-               "read 05:50 w32 -> 0x81", "read 05:60 w64 -> 0xf123010203040506", "read 05:68 w32 -> 0x18005",
-               "read 05:70 w64 -> 0x10a0b0c0d0e0f", "read 05:78 w32 -> 0xffff1803", "unlock"}));
+    EXPECT_EQ(outcome(CALL(eth_l2_search_start() + eth_l2_search_next(&first, &second))),
+              "0: [05:50 r64=0 w64=80][05:50 r32=81 05:60 r64=f123010203040506 05:68 r32=18005 "
+              "05:70 r64=10a0b0c0d0e0f 05:78 r32=ffff1803]");
     EXPECT_TRUE(is(first, 0x80000061, 0xF123'0102'0304'0506, 5, 0));
     EXPECT_TRUE(is(second, 0x80000041, 0x0001'0A0B'0C0D'0E0F, 3, 3));
     // A result that is not valid clears the record, whatever its key word holds.
@@ -80,9 +75,7 @@ TEST_F(Search, GivesUpAfter101Reads)
     eth_l2_addr_t first = entry_of(1), second = entry_of(2);
     options().behaviour.latency = 101;
     eth_l2_search_start();
-    const Lines lines = requests([&] { EXPECT_EQ(eth_l2_search_next(&first, &second), ETH_E_TIMEOUT); });
-    EXPECT_EQ(count_of(lines, "read 05:50 w32 -> 0x80"), 101);
-    EXPECT_EQ(lines.size(), 103u);
+    EXPECT_EQ(outcome(CALL(eth_l2_search_next(&first, &second))), "-9: [05:50 r32=80*101]");
     EXPECT_EQ(std::pair(key_of(first), key_of(second)), std::pair(uint64_t{1}, uint64_t{2}));
     EXPECT_EQ(eth_l2_search_next(&first, &second), 0) << "ready at the 102nd read";
 }
@@ -90,10 +83,12 @@ TEST_F(Search, GivesUpAfter101Reads)
 constexpr uint64_t in_vlan(uint64_t vid) { return vid << 48; }
 constexpr uint64_t group = uint64_t{1} << 40;
 
-class Flush : public AddressTable {
-protected:
-    // In order: unicast at port 0, 1 and 8, then groups.
-    static constexpr sim::ArlBin entries[] = {
+class Flush : public AddressTable {};
+
+TEST_F(Flush, RemovesWhatIsSelected)
+{
+    // Unicast at port 0, 1 and 8, then groups.
+    constexpr sim::ArlBin entries[] = {
         {in_vlan(1), dynamic_entry | 0, 0},
         {in_vlan(1), static_entry | 0, 0},
         {in_vlan(2), dynamic_entry | 0, 0},
@@ -104,77 +99,52 @@ protected:
         {in_vlan(1) | group, static_entry | 0x101, 0},
         {in_vlan(2) | group, dynamic_entry | 0x100, 0},
     };
-    void populate() { std::ranges::copy(entries, all()); }
-
-    // '-' for each entry that was removed, its index for the others.
-    std::string left()
-    {
-        std::string text;
-        for (size_t n = 0; n < std::size(entries); ++n)
-            text += all()[n].data == 0 ? '-' : static_cast<char>('0' + n);
-        return text;
-    }
-};
-
-TEST_F(Flush, RemovesWhatIsSelected)
-{
-    struct {
-        std::function<int32_t()> call;
-        const char *left;
-    } const cases[] = {
-        {[] { return eth_l2_addr_delete_by_port(77, 0, 2); }, "-1-345678"},
-        {[] { return eth_l2_addr_delete_by_port(0, 8, 1); }, "01234----"},
-        {[] { return eth_l2_addr_delete_by_vlan(1, -1); }, "-12-4-678"},
-        {[] { return eth_l2_addr_delete_by_vlan(4095, 1); }, "012345-78"},
-        {[] { return eth_l2_addr_delete_by_vlan_port(2, 77, 1, 0); }, "012345678"},
-        {[] { return eth_l2_addr_delete_by_vlan_port(1, 0, 0, 1); }, "--23456-8"},
-        {[] { return eth_l2_clear(); }, "---------"},
+    const struct {
+        Call call;
+        const char *left; // '-' for each entry that was removed, its index for the others
+    } cases[] = {
+        {CALL(eth_l2_addr_delete_by_port(77, 0, 2)), "-1-345678"},
+        {CALL(eth_l2_addr_delete_by_port(0, 8, 1)), "01234----"},
+        {CALL(eth_l2_addr_delete_by_vlan(1, -1)), "-12-4-678"},
+        {CALL(eth_l2_addr_delete_by_vlan(4095, 1)), "012345-78"},
+        {CALL(eth_l2_addr_delete_by_vlan_port(2, 77, 1, 0)), "012345678"},
+        {CALL(eth_l2_addr_delete_by_vlan_port(1, 0, 0, 1)), "--23456-8"},
+        {CALL(eth_l2_clear()), "---------"},
     };
     for (const auto &c : cases) {
-        populate();
-        EXPECT_EQ(c.call(), 0);
-        EXPECT_EQ(left(), c.left);
+        std::ranges::copy(entries, all());
+        EXPECT_TRUE(outcome(c.call).starts_with("0: "));
+        std::string left;
+        for (size_t n = 0; n < std::size(entries); ++n)
+            left += all()[n].data == 0 ? '-' : static_cast<char>('0' + n);
+        EXPECT_EQ(left, c.left);
     }
 }
 
-TEST_F(Flush, OrdersItsRequests)
+TEST_F(Flush, CallsAndTheirRequests)
 {
-    reg(0, 0x88) = 0x51;
-    EXPECT_EQ(requests([] { eth_l2_clear(); }),
-              (Lines{"lock", "read 00:88 w32 -> 0x51", "write 00:88 w64 <- 0x83", "read 00:88 w32 -> 0x3",
-                     "write 00:88 w64 <- 0x51", "unlock"}));
-    EXPECT_EQ(requests([] { eth_l2_addr_delete_by_vlan(5, 2); }),
-              (Lines{"lock", "read 00:88 w32 -> 0x51", "write 00:8a w64 <- 0x5", "write 00:88 w64 <- 0xa",
-                     "read 00:88 w64 -> 0xa", "write 00:88 w64 <- 0x8a", "read 00:88 w32 -> 0xa",
-                     "write 00:88 w64 <- 0x51", "unlock"}));
-    EXPECT_EQ(requests([] { eth_l2_addr_delete_by_vlan_port(4095, 5, 8, 1); }),
-              (Lines{"lock", "read 00:88 w32 -> 0x51", "write 00:89 w64 <- 0x8", "write 00:8a w64 <- 0xfff",
-                     "write 00:88 w64 <- 0xe", "read 00:88 w64 -> 0xe", "write 00:88 w64 <- 0xf",
-                     "read 00:88 w64 -> 0xf", "write 00:88 w64 <- 0x8f", "read 00:88 w32 -> 0xf",
-                     "write 00:88 w64 <- 0x51", "unlock"}));
-}
-
-TEST_F(Flush, RefusalsTouchNothing)
-{
-    EXPECT_EQ(requests([] {
-                  EXPECT_EQ(eth_l2_addr_delete_by_port(0, 0x100, 1), ETH_E_PORT);
-                  EXPECT_EQ(eth_l2_addr_delete_by_vlan_port(5000, 0, 3, 1), ETH_E_PORT);
-                  EXPECT_EQ(eth_l2_addr_delete_by_vlan(4096, 0), ETH_E_PARAM);
-                  EXPECT_EQ(eth_l2_addr_delete_by_vlan_port(4096, 0, 8, 0), ETH_E_PARAM);
-              }),
-              Lines{});
+    expect({
+        {"abu", CALL(eth_l2_clear()), "0: [00:88 r32=51 w64=83 r32=3 w64=51]"},
+        {"abu", CALL(eth_l2_addr_delete_by_port(5, 1, 0)),
+         "0: [00:88 r32=51 00:89 w64=1 00:88 w64=6 r64=6 w64=86 r32=6 w64=51]"},
+        {"abu", CALL(eth_l2_addr_delete_by_vlan(5, 2)),
+         "0: [00:88 r32=51 00:8a w64=5 00:88 w64=a r64=a w64=8a r32=a w64=51]"},
+        {"abu", CALL(eth_l2_addr_delete_by_vlan_port(4095, 5, 8, 1)),
+         "0: [00:88 r32=51 00:89 w64=8 00:8a w64=fff 00:88 w64=e r64=e w64=f r64=f w64=8f r32=f w64=51]"},
+        {"abu", CALL(eth_l2_addr_delete_by_port(0, 0x100, 1)), "-18"},
+        {"abu", CALL(eth_l2_addr_delete_by_vlan_port(5000, 0, 3, 1)), "-18"},
+        {"abu", CALL(eth_l2_addr_delete_by_vlan(4096, 0)), "-4"},
+        {"abu", CALL(eth_l2_addr_delete_by_vlan_port(4096, 0, 8, 0)), "-4"},
+    });
 }
 
 TEST_F(Flush, GivesUpAfter10001ReadsAndRestoresTheControlRegister)
 {
-    for (const uint32_t latency : {10000u, 10001u}) {
-        options().behaviour.latency = latency;
-        reg(0, 0x88) = 0x02;
-        const int32_t result = latency == 10000 ? 0 : ETH_E_TIMEOUT;
-        const Lines lines = requests([&] { EXPECT_EQ(eth_l2_addr_delete_by_vlan(1, 0), result); });
-        EXPECT_EQ(count_of(lines, "read 00:88 w32"), 1 + 10001);
-        EXPECT_EQ(lines.end()[-2], "write 00:88 w64 <- 0x2");
-    }
+    const std::string begin = "[00:88 r32=2 00:8a w64=1 00:88 w64=a r64=a w64=8a r32=8a*";
+    options().behaviour.latency = 10000;
+    expect({{"b", CALL(eth_l2_addr_delete_by_vlan(1, 0)), "0: " + begin + "10000 r32=a w64=2]"}});
+    options().behaviour.latency = 10001;
+    expect({{"b", CALL(eth_l2_addr_delete_by_vlan(1, 0)), "-9: " + begin + "10001 w64=2]"}});
     EXPECT_EQ(eth_l2_clear(), ETH_E_TIMEOUT);
 }
 

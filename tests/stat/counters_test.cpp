@@ -71,24 +71,21 @@ TEST_F(Counters, ReadTheirRegistersInOrder)
             for (uint32_t number = 0; number < 160; ++number) {
                 const auto found = map.find(number);
                 const bool exists = found != map.end();
-                uint64_t expected = exists || number > 153 ? 0 : ~uint64_t{0};
-                Lines lines;
+                uint64_t sum = exists || number > 153 ? 0 : ~uint64_t{0};
+                std::string reads = exists ? "0" : "-16";
                 for (const uint8_t offset : exists ? found->second : std::vector<uint8_t>()) {
                     const uint64_t contents = pattern(page, offset);
-                    expected = is_wide(offset) ? contents : static_cast<uint32_t>(expected + contents);
-                    lines.push_back(fmt::format("read {:02x}:{:02x} w{} -> {:#x}", page, offset,
-                                                is_wide(offset) ? 64 : 32, contents));
+                    sum = is_wide(offset) ? contents : static_cast<uint32_t>(sum + contents);
+                    reads += fmt::format("{}{:02x}:{:02x} r{}={:x}", reads == "0" ? ": " : " ", page, offset,
+                                         is_wide(offset) ? 64 : 32, contents);
                 }
                 SCOPED_TRACE(fmt::format("device {:#x} port {:#x} counter {}", device, port, number));
                 uint64_t value = 5;
                 uint32_t low = 5;
-                EXPECT_EQ(requests([&] {
-                              EXPECT_EQ(ethHw_stat_get(port, number, &value), exists ? 0 : ETH_E_UNAVAIL);
-                          }),
-                          lines);
-                EXPECT_EQ(value, expected);
-                EXPECT_EQ(eth_stat_get32(port, number, &low), exists ? 0 : ETH_E_UNAVAIL);
-                EXPECT_EQ(low, static_cast<uint32_t>(expected));
+                EXPECT_EQ(outcome(CALL(ethHw_stat_get(port, number, &value))), reads);
+                EXPECT_EQ(value, sum);
+                EXPECT_EQ(outcome(CALL(eth_stat_get32(port, number, &low))), reads);
+                EXPECT_EQ(low, static_cast<uint32_t>(sum));
             }
         }
     }
@@ -118,62 +115,32 @@ TEST_F(Counters, RefusedPortsTouchNothing)
 {
     for (const uint32_t port : {2u, 7u, 9u, 0x50u, 0x52u, 0x100u, 0xFFFFFFFFu}) {
         uint64_t value = 5;
-        uint32_t low = 5;
-        EXPECT_EQ(requests([&] {
-                      EXPECT_EQ(ethHw_stat_get(port, 154, &value), ETH_E_PORT);
-                      EXPECT_EQ(eth_stat_get32(port, 0, &low), ETH_E_PORT);
-                      EXPECT_EQ(eth_stat_clear(port), ETH_E_PORT);
-                      EXPECT_EQ(eth_stat_snapshot_start(port), ETH_E_PORT);
-                  }),
-                  Lines{});
+        expect({{"abu", CALL(ethHw_stat_get(port, 154, &value)), "-18"},
+                {"abu", CALL(eth_stat_get32(port, 0, o)), "-18 -1"},
+                {"abu", CALL(eth_stat_clear(port)), "-18"},
+                {"abu", CALL(eth_stat_snapshot_start(port)), "-18"}});
         EXPECT_EQ(value, ~uint64_t{0});
-        EXPECT_EQ(low, 0xFFFFFFFF);
     }
     EXPECT_EQ(eth_stat_clear(0x51), ETH_E_PORT);
     EXPECT_EQ(eth_stat_snapshot_start(0x51), ETH_E_PORT);
 }
 
-struct Case {
-    uint8_t page;
-    std::function<int32_t()> call;
-    std::vector<unsigned> contents; // of offset 0: at first, and after each change
-};
-
 TEST_F(Counters, ClearAndSnapshotChangeBitByBit)
 {
-    const Case cases[] = {
-        {0x02, [] { return eth_stat_clear(1); }, {0x82, 0x83, 0x82}},
-        {0x02, [] { return eth_stat_clear(8); }, {0xC0, 0xC1, 0xC0}},
-        {0x70, [] { return eth_stat_snapshot_start(8); }, {0x47, 0x40, 0x48, 0xC8, 0x48}},
-        {0x70, [] { return eth_stat_snapshot_start(0); }, {0x8F, 0x80, 0x80, 0x80, 0x00}},
-        {0x70, [] { return eth_stat_snapshot_mode_set(1); }, {0x08, 0x48}},
-        {0x70, [] { return eth_stat_snapshot_mode_set(0); }, {0xC8, 0x88}},
-    };
-    for (const Case &c : cases) {
-        reg(c.page, 0) = c.contents[0];
-        Lines expected;
-        for (size_t i = 1; i < c.contents.size(); ++i) {
-            expected.push_back(fmt::format("read {:02x}:00 w64 -> {:#x}", c.page, c.contents[i - 1]));
-            expected.push_back(fmt::format("write {:02x}:00 w64 <- {:#x}", c.page, c.contents[i]));
-        }
-        if (c.page == 0x02) {
-            expected.insert(expected.begin(), "lock");
-            expected.emplace_back("unlock");
-        }
-        EXPECT_EQ(requests([&] { EXPECT_EQ(c.call(), 0); }), expected);
-    }
-    EXPECT_EQ(requests([] {
-                  EXPECT_EQ(eth_stat_snapshot_mode_set(2), ETH_E_UNAVAIL);
-                  EXPECT_EQ(eth_stat_snapshot_mode_set(-1), ETH_E_UNAVAIL);
-              }),
-              Lines{});
-    for (const uint32_t mode : {1u, 0u}) {
-        uint32_t read = 5;
-        reg(0x70, 0) = mode ? 0x48 : 0x8F;
-        EXPECT_EQ(requests([&] { EXPECT_EQ(eth_stat_snapshot_mode_get(&read), 0); }),
-                  Lines{mode ? "read 70:00 w32 -> 0x48" : "read 70:00 w32 -> 0x8f"});
-        EXPECT_EQ(read, mode);
-    }
+    expect({
+        {"abu", CALL(eth_stat_clear(1)), "0: [02:00 r64=82 w64=83 r64=83 w64=82]"},
+        {"b", CALL(eth_stat_clear(8)), "0: [02:00 r64=c0 w64=c1 r64=c1 w64=c0]"},
+        {"abu", CALL(eth_stat_snapshot_start(8)),
+         "0: 70:00 r64=77 w64=70 r64=70 w64=78 r64=78 w64=f8 r64=f8 w64=78"},
+        {"b", CALL(eth_stat_snapshot_start(0)),
+         "0: 70:00 r64=bf w64=b0 r64=b0 w64=b0 r64=b0 w64=b0 r64=b0 w64=30"},
+        {"abu", CALL(eth_stat_snapshot_mode_set(1)), "0: 70:00 r64=8 w64=48"},
+        {"b", CALL(eth_stat_snapshot_mode_set(0)), "0: 70:00 r64=c8 w64=88"},
+        {"abu", CALL(eth_stat_snapshot_mode_set(2)), "-16"},
+        {"b", CALL(eth_stat_snapshot_mode_set(-1)), "-16"},
+        {"abu", CALL(eth_stat_snapshot_mode_get(o)), "0 1: 70:00 r32=48"},
+        {"b", CALL(eth_stat_snapshot_mode_get(o)), "0 0: 70:00 r32=8f"},
+    });
 }
 
 } // namespace
