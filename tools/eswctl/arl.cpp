@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // arl: the address table.
-#include "eswctl/arl.h"
-
 #include <algorithm>
 
 #include <esw.h>
@@ -10,6 +8,7 @@
 #include "eswctl/driver.h"
 #include "eswctl/families.h"
 #include "eswctl/output.h"
+#include "eswctl/settings.h"
 
 namespace eswctl {
 namespace {
@@ -55,8 +54,7 @@ bool take_pair(eth_l2_addr_t (&pair)[2], bool is_first)
     return is_valid(pair[0]);
 }
 
-} // namespace
-
+// Every entry, ordered by VLAN and address.
 std::vector<eth_l2_addr_t> walk_addresses()
 {
     Progress progress("addresses read");
@@ -95,7 +93,47 @@ eth_l2_addr_t address_from_json(const Json &members)
     return entry;
 }
 
-namespace {
+Json read_static_addresses(uint32_t)
+{
+    Json entries = Json::array();
+    for (const eth_l2_addr_t &entry : walk_addresses()) {
+        if (is_static(entry))
+            entries.push_back(address_to_json(entry));
+    }
+    return entries;
+}
+
+Form address_form(uint32_t)
+{
+    return record_form({{"vid", integer_form(0, 4095)},
+                        {"mac", mac_form()},
+                        {"ports", ports_form()},
+                        {"static", constant_form(true)},
+                        {"traffic_class", integer_form(0, 7)}});
+}
+
+std::string two_ports_of_one(const Json &entry)
+{
+    const bool multicast = (to_mac(entry["mac"])[0] & 1) != 0;
+    return multicast || entry["ports"].size() == 1 ? "" : "a unicast address is at one port";
+}
+
+int32_t write_address(uint32_t, const Json &entry)
+{
+    eth_l2_addr_t record = address_from_json(entry);
+    return eth_l2_addr_add(&record);
+}
+
+constexpr const char *address_key[] = {"mac", "vid"};
+constexpr Setting address_setting =
+    setting("l2.static", "static address {mac}, VID {vid}", once,
+            "first: arl flush --static --yes\narl add {mac} {vid} {ports} --static --tc {traffic_class}",
+            address_form, by(read_static_addresses, write_address, "eth_l2_addr_add"))
+        .with(&Setting::fault, two_ports_of_one)
+        .with(&Setting::key, address_key)
+        .with(&Setting::remove, [](const Json &entry) {
+            return eth_l2_addr_delete(to_mac(entry["mac"]).data(), entry["vid"]);
+        });
 
 bool matches(const Json &wanted, const Json &value) { return wanted.is_null() || wanted == value; }
 
@@ -244,6 +282,8 @@ Report bin_full(const Arguments &arguments)
 }
 
 } // namespace
+
+Settings address_settings() { return {&address_setting, 1}; }
 
 Family arl_family()
 {

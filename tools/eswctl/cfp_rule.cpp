@@ -8,6 +8,7 @@
 
 #include "eswctl/cfp.h"
 #include "eswctl/notation.h"
+#include "eswctl/settings.h"
 
 namespace eswctl {
 namespace {
@@ -32,14 +33,14 @@ struct Place {
 };
 
 // A meter's values can't be told from single bits.
-enum class Form : uint8_t { words, number, mask, flag, meter };
+enum class Shape : uint8_t { words, number, mask, flag, meter };
 
 struct Member {
     const char *key;
     const char *option; // null: only in files
     const char *title;
     const char *help;
-    Form form;
+    Shape shape;
     Place on_a;
     Place on_b;
     uint32_t limit = 0; // of a meter
@@ -47,7 +48,7 @@ struct Member {
     [[nodiscard]] const Place &place() const { return is_class_a() ? on_a : on_b; }
     [[nodiscard]] uint32_t largest(const Place &at) const
     {
-        return form == Form::meter ? limit : at.largest();
+        return shape == Shape::meter ? limit : at.largest();
     }
 };
 
@@ -56,47 +57,49 @@ constexpr Place all(uint8_t words, int word) { return at(word, 0, words); }
 constexpr Place absent{0, 0, 0};
 
 constexpr Member members[] = {
-    {"data", "--data", "data", "up to 8 key words, such as 0x3,0,0x0800", Form::words, all(8, data),
+    {"data", "--data", "data", "up to 8 key words, such as 0x3,0,0x0800", Shape::words, all(8, data),
      all(8, data)},
-    {"mask", "--mask", "mask", "up to 8 mask words", Form::words, all(8, mask), all(8, mask)},
-    {"action", nullptr, "action", "", Form::words, all(2, action), all(3, action)},
-    {"policer", nullptr, "policer", "", Form::words, all(2, policer), all(7, policer)},
-    {"ext_a", nullptr, "ext A", "", Form::words, all(2, ext_a), absent},
-    {"ext_b", nullptr, "ext B", "", Form::words, absent, all(3, ext_b)},
-    {"action1", "--action", "action 1", "forwarding action 1, 0 to 3", Form::number, at(action, 7, 2),
+    {"mask", "--mask", "mask", "up to 8 mask words", Shape::words, all(8, mask), all(8, mask)},
+    {"action", nullptr, "action", "", Shape::words, all(2, action), all(3, action)},
+    {"policer", nullptr, "policer", "", Shape::words, all(2, policer), all(7, policer)},
+    {"ext_a", nullptr, "ext A", "", Shape::words, all(2, ext_a), absent},
+    {"ext_b", nullptr, "ext B", "", Shape::words, absent, all(3, ext_b)},
+    {"action1", "--action", "action 1", "forwarding action 1, 0 to 3", Shape::number, at(action, 7, 2),
      at(action, 24, 2)},
-    {"destination1", "--dst", "dst 1", "destination mask 1, of 7 bits (class A) or 10 (class B)", Form::mask,
+    {"destination1", "--dst", "dst 1", "destination mask 1, of 7 bits (class A) or 10 (class B)", Shape::mask,
      at(action, 0, 7), at(action, 14, 10)},
-    {"action2", "--action2", "action 2", "forwarding action 2, 0 to 3", Form::number, at(action, 23, 2),
+    {"action2", "--action2", "action 2", "forwarding action 2, 0 to 3", Shape::number, at(action, 23, 2),
      at(action + 1, 11, 2)},
-    {"destination2", "--dst2", "dst 2", "destination mask 2, likewise", Form::mask, at(action, 16, 7),
+    {"destination2", "--dst2", "dst 2", "destination mask 2, likewise", Shape::mask, at(action, 16, 7),
      at(action + 1, 1, 10)},
-    {"traffic_class", "--tc", "TC", "traffic class to change to, 0 to 7", Form::number, at(action + 1, 10, 3),
-     at(action, 10, 3)},
-    {"chain_id", "--chain", "chain", "chain ID, 0 to 255", Form::number, at(action + 1, 14, 8),
+    {"traffic_class", "--tc", "TC", "traffic class to change to, 0 to 7", Shape::number,
+     at(action + 1, 10, 3), at(action, 10, 3)},
+    {"chain_id", "--chain", "chain", "chain ID, 0 to 255", Shape::number, at(action + 1, 14, 8),
      at(action + 1, 20, 8)},
-    {"vlan_bypass", "--vlan-bypass", "bypass", "bypass the VLAN", Form::flag, at(action + 1, 0, 1),
+    {"vlan_bypass", "--vlan-bypass", "bypass", "bypass the VLAN", Shape::flag, at(action + 1, 0, 1),
      at(action, 0, 1)},
-    {"rate", "--rate", "rate", "class A: rate, 0 to 1024000, with --burst; rounded down", Form::meter,
+    {"rate", "--rate", "rate", "class A: rate, 0 to 1024000, with --burst; rounded down", Shape::meter,
      at(policer, 0, 1), absent, 1024000},
-    {"burst", "--burst", "burst", "class A: burst, 0 to 16384, with --rate; rounded down", Form::meter,
+    {"burst", "--burst", "burst", "class A: burst, 0 to 16384, with --rate; rounded down", Shape::meter,
      at(policer, 0, 1), absent, 16384},
     {"rate_mode", "--rate-mode", "rate mode", "class B: rate mode, 0 to 3 (default 3: no policer)",
-     Form::number, absent, at(policer, 3, 2)},
-    {"color_mode", "--color-mode", "color", "class B: color mode, 0 or 1", Form::number, absent,
+     Shape::number, absent, at(policer, 3, 2)},
+    {"color_mode", "--color-mode", "color", "class B: color mode, 0 or 1", Shape::number, absent,
      at(policer, 0, 1)},
-    {"policer_action", "--policer", "policer", "class B: policer action, 0 or 1", Form::number, absent,
+    {"policer_action", "--policer", "policer", "class B: policer action, 0 or 1", Shape::number, absent,
      at(policer, 1, 1)},
     {"eir", "--eir", "EIR",
-     "class B: excess rate, 0 to 2000000, with --eir-burst and --rate-mode; a multiple of 4", Form::meter,
+     "class B: excess rate, 0 to 2000000, with --eir-burst and --rate-mode; a multiple of 4", Shape::meter,
      absent, at(policer + 1, 0, 1), 2000000},
-    {"eir_burst", "--eir-burst", "EIR burst", "class B: its burst, 0 to 1023", Form::meter, absent,
+    {"eir_burst", "--eir-burst", "EIR burst", "class B: its burst, 0 to 1023", Shape::meter, absent,
      at(policer + 1, 0, 1), 1023},
-    {"cir", "--cir", "CIR", "class B: committed rate, likewise", Form::meter, absent, at(policer + 4, 0, 1),
+    {"cir", "--cir", "CIR", "class B: committed rate, likewise", Shape::meter, absent, at(policer + 4, 0, 1),
      2000000},
-    {"cir_burst", "--cir-burst", "CIR burst", "class B: its burst, 0 to 1023", Form::meter, absent,
+    {"cir_burst", "--cir-burst", "CIR burst", "class B: its burst, 0 to 1023", Shape::meter, absent,
      at(policer + 4, 0, 1), 1023},
 };
+
+constexpr auto word_members = std::span(members).first<6>();
 
 // A rate and its burst, which one library call writes.
 struct Meter {
@@ -161,7 +164,7 @@ Json value_of(const Member &member, Words words)
     // The bit above the traffic class tells whether it is changed.
     if (is_traffic_class(member) && !(bits >> at.bits & 1))
         return nullptr;
-    return member.form == Form::flag ? Json((bits & 1) != 0) : Json(bits & at.largest());
+    return member.shape == Shape::flag ? Json((bits & 1) != 0) : Json(bits & at.largest());
 }
 
 // All values of the rule; masks as numbers.
@@ -169,7 +172,7 @@ Json values_of(eth_cfp_rule_t rule)
 {
     Json values;
     for (const Member &member : members) {
-        if (member.form != Form::words && member.form != Form::meter && member.place().bits != 0)
+        if (member.shape != Shape::words && member.shape != Shape::meter && member.place().bits != 0)
             values[member.key] = value_of(member, words_of(rule));
     }
     add_meters(values, rule);
@@ -181,7 +184,7 @@ void put(const Member &member, eth_cfp_rule_t &rule, uint32_t value)
 {
     const Place &at = member.place();
     eth_cfp_rule_t built = rule;
-    if (member.form == Form::mask)
+    if (member.shape == Shape::mask)
         ethCfpRuleActionDst(&built, value, value); // class B has its bits in another order
     else
         words_of(built)[at.word] = value << at.low;
@@ -193,7 +196,7 @@ void put(const Member &member, eth_cfp_rule_t &rule, uint32_t value)
 
 Json shown(const Member &member, const Json &value)
 {
-    return member.form == Form::mask ? Json(hex(value.get<uint32_t>(), 12)) : value;
+    return member.shape == Shape::mask ? Json(hex(value.get<uint32_t>(), 12)) : value;
 }
 
 // As the user knows it.
@@ -226,7 +229,7 @@ void set_words(Words words, const Member &member, const std::string &name, const
 
 Json checked_value(const Member &member, const std::string &name, const Json &given)
 {
-    if (member.form != Form::flag)
+    if (member.shape != Shape::flag)
         return number_in(given, name, member.largest(member.place()));
     if (!given.is_boolean())
         refuse(name, fmt::format("{} is not accepted; use true or false", excerpt_of(given)));
@@ -269,9 +272,9 @@ const Kind word_list = {"up to 8 words such as 0x3,0,0x0800",
 
 Kind kind_of(const Member &member)
 {
-    if (member.form == Form::words)
+    if (member.shape == Shape::words)
         return word_list;
-    if (member.form == Form::flag)
+    if (member.shape == Shape::flag)
         return {};
     return number(0, std::max(member.largest(member.on_a), member.largest(member.on_b)));
 }
@@ -287,7 +290,86 @@ std::string keys()
     return fmt::format("{}", fmt::join(keys, ", "));
 }
 
+// ---- In a configuration, which has as many words on both classes
+
+std::span<uint32_t> all_words(const Member &member, eth_cfp_rule_t &rule)
+{
+    const Place &place = member.on_a.bits > member.on_b.bits ? member.on_a : member.on_b;
+    return words_of(rule).subspan(place.word, place.bits);
+}
+
+Json read_rules(uint32_t)
+{
+    Json entries = Json::array();
+    for (uint32_t slot = 0; slot <= last_slot; ++slot) {
+        eth_cfp_rule_t rule = read_rule(slot);
+        if (describes_free_slot(rule))
+            continue;
+        Json &entry = entries.emplace_back(Json{{"slot", slot}});
+        for (const Member &member : word_members) {
+            for (const uint32_t word : all_words(member, rule))
+                entry[member.key].push_back(hex(word, 32));
+        }
+    }
+    return entries;
+}
+
+eth_cfp_rule_t rule_of(const Json &entry)
+{
+    eth_cfp_rule_t rule;
+    for (const Member &member : word_members)
+        std::ranges::transform(entry[member.key], all_words(member, rule).begin(), from_hex);
+    return rule;
+}
+
+std::string odd_rule(const Json &entry)
+{
+    if (describes_free_slot(rule_of(entry)))
+        return "such a rule leaves its slot free; set bit 0 or 1 of the first word of data";
+    for (const Member &member : word_members) {
+        for (size_t i = member.place().bits; i < entry[member.key].size(); ++i) {
+            if (from_hex(entry[member.key][i]) != 0)
+                return fmt::format("a class {} switch has no {}[{}]; use 0x00000000",
+                                   is_class_a() ? 'A' : 'B', member.key, i);
+        }
+    }
+    return "";
+}
+
+Form rule_form(uint32_t)
+{
+    eth_cfp_rule_t rule;
+    Form form = record_form({{"slot", integer_form(0, last_slot)}});
+    for (const Member &member : word_members) {
+        form["properties"][member.key] = array_form(all_words(member, rule).size(), hex_form(32));
+        form["required"].push_back(member.key);
+    }
+    return form;
+}
+
+int32_t write_saved(uint32_t, const Json &entry)
+{
+    return std::min(eth_cfp_rule_set(entry["slot"], rule_of(entry)), int32_t{ETH_E_NONE});
+}
+
+int32_t remove_rule(const Json &entry)
+{
+    free_slot(entry["slot"]);
+    return ETH_E_NONE;
+}
+
+constexpr const char *slot_key[] = {"slot"};
+constexpr Setting rules_setting =
+    setting("cfp.rules", "cfp slot {slot}", once,
+            "first: cfp clear --yes\ncfp set {slot} --words {data},{mask},{action},{policer},{ext_a},{ext_b}",
+            rule_form, by(read_rules, write_saved, "eth_cfp_rule_set"))
+        .with(&Setting::fault, odd_rule)
+        .with(&Setting::key, slot_key)
+        .with(&Setting::remove, remove_rule);
+
 } // namespace
+
+Settings rule_settings() { return {&rules_setting, 1}; }
 
 uint32_t number_in(const Json &value, const std::string &name, uint32_t largest)
 {
@@ -308,7 +390,7 @@ Json rule_to_json(const eth_cfp_rule_t &rule)
         if (at.bits == 0)
             continue;
         Json &value = object[member.key];
-        if (member.form != Form::words)
+        if (member.shape != Shape::words)
             value = shown(member, values[member.key]);
         else
             for (const uint32_t word : words_of(copy).subspan(at.word, at.bits))
@@ -333,14 +415,14 @@ Json change_rule(eth_cfp_rule_t &rule, const Json &given, bool by_option)
                                       excerpt(key), keys())};
         const std::string name = name_of(*member, by_option);
         check_class(*member, name);
-        if (member->form == Form::words)
+        if (member->shape == Shape::words)
             set_words(words_of(rule), *member, name, value);
         else if (!value.is_null())
             wanted[key] = checked_value(*member, name, value);
     }
     const Json before = values_of(rule);
     for (const auto &[key, value] : wanted.items()) {
-        if (const Member &member = member_of(key); member.form != Form::meter && value != before[key])
+        if (const Member &member = member_of(key); member.shape != Shape::meter && value != before[key])
             put(member, rule, value.get<uint32_t>());
     }
     set_meters(rule, wanted, by_option);
@@ -358,7 +440,7 @@ std::vector<Column> rule_columns()
 {
     std::vector<Column> columns = {{"slot", "slot"}};
     for (const Member &member : members) {
-        if (member.form != Form::words && member.place().bits != 0)
+        if (member.shape != Shape::words && member.place().bits != 0)
             columns.push_back({member.key, member.title});
     }
     return columns;

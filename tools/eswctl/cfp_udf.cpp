@@ -8,17 +8,20 @@
 #include "eswctl/cfp.h"
 #include "eswctl/families.h"
 #include "eswctl/notation.h"
+#include "eswctl/settings.h"
 
 namespace eswctl {
 namespace {
 
 const std::vector<std::string> names = {"a0", "a1", "a2", "b0", "b1", "b2", "c0", "c1", "c2", "d"};
 
+std::span<uint8_t> bytes_of(eth_cfp_udf_t &udf) { return {reinterpret_cast<uint8_t *>(&udf), sizeof udf}; }
+
 // The record holds the fields one behind the other, in the order of their names.
 std::span<uint8_t> selectors(eth_cfp_udf_t &udf, const std::string &name)
 {
     const auto number = static_cast<size_t>(std::ranges::find(names, name) - names.begin());
-    const auto bytes = std::span(reinterpret_cast<uint8_t *>(&udf), sizeof udf);
+    const std::span<uint8_t> bytes = bytes_of(udf);
     return name == "d" ? bytes.last(sizeof udf.udf_d) : bytes.subspan(9 * number, 9);
 }
 
@@ -28,6 +31,33 @@ eth_cfp_udf_t read_udfs()
     check(eth_cfp_udf_get(&udf), "read the UDF selectors");
     return udf;
 }
+
+Json read_selectors(uint32_t)
+{
+    eth_cfp_udf_t udfs = read_udfs();
+    Json values = Json::array();
+    for (const uint8_t byte : bytes_of(udfs))
+        values.push_back(hex(byte, 8));
+    return values;
+}
+
+int32_t write_selectors(uint32_t, const Json &values)
+{
+    eth_cfp_udf_t udfs;
+    std::ranges::transform(values, bytes_of(udfs).begin(),
+                           [](const Json &value) { return static_cast<uint8_t>(from_hex(value)); });
+    return eth_cfp_udf_set(udfs);
+}
+
+constexpr Setting selectors_setting = setting(
+    "cfp.udf", "UDF selector", once,
+    "cfp udf set a0 {0-8}\ncfp udf set a1 {9-17}\n"
+    "cfp udf set a2 {18-26}\ncfp udf set b0 {27-35}\n"
+    "cfp udf set b1 {36-44}\ncfp udf set b2 {45-53}\n"
+    "cfp udf set c0 {54-62}\ncfp udf set c1 {63-71}\n"
+    "cfp udf set c2 {72-80}\ncfp udf set d {81-92}",
+    [](uint32_t) { return array_form(sizeof(eth_cfp_udf_t), hex_form(8)); },
+    by(read_selectors, write_selectors, "eth_cfp_udf_set"));
 
 Report show(const Arguments &)
 {
@@ -62,6 +92,8 @@ Report clear(const Arguments &)
 }
 
 } // namespace
+
+Settings selector_settings() { return {&selectors_setting, 1}; }
 
 Json udfs_to_json(const eth_cfp_udf_t &udf)
 {

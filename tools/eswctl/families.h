@@ -44,6 +44,10 @@ std::vector<Command> pending_commands();
 Report overview(const Arguments &arguments);
 Json link_of(uint32_t port); // as link show has it
 
+// In ascending order, read at once: the library opens its file for each VID. Throws Refused where the file is
+// damaged.
+std::vector<uint32_t> existing_vids();
+
 // Commands of a single word that have a file of their own.
 Command batch_command();
 Command completion_command();

@@ -6,7 +6,6 @@
 #include <fmt/format.h>
 
 #include "eswctl/families.h"
-#include "eswctl/vlan.h"
 
 namespace eswctl {
 namespace {

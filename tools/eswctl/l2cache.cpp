@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "eswctl/families.h"
+#include "eswctl/settings.h"
 
 namespace eswctl {
 namespace {
@@ -13,33 +14,66 @@ namespace {
 constexpr uint32_t slots = 6;
 constexpr int32_t first_free = -1;
 
-Report show(const Arguments &)
+Json entry_of(uint32_t slot, const eth_l2_cache_addr_t &entry)
 {
-    Json rows = Json::array();
+    return {{"slot", slot}, {"mac", from_mac(entry.mac)}, {"data", hex(entry.data, 32)}};
+}
+
+Json read_entries(uint32_t)
+{
+    Json entries = Json::array();
     for (uint32_t slot = 0; slot < slots; ++slot) {
         eth_l2_cache_addr_t entry;
-        eth_l2_cache_addr_t_init(&entry);
         const int32_t result = eth_l2_cache_get(slot, &entry);
-        if (result == ETH_E_EMPTY)
-            continue;
-        check(result, "read the slot");
-        rows.push_back({{"slot", slot}, {"mac", from_mac(entry.mac)}, {"data", hex(entry.data, 32)}});
+        if (result != ETH_E_EMPTY && check(result, "read the slot") == ETH_E_NONE)
+            entries.push_back(entry_of(slot, entry));
     }
-    return table("entries", {{"slot", "slot"}, {"mac", "MAC address"}, {"data", "data"}}, std::move(rows),
-                 "no L2 cache entries");
+    return entries;
+}
+
+eth_l2_cache_addr_t entry_with(const Json &mac, uint32_t data)
+{
+    eth_l2_cache_addr_t entry;
+    eth_l2_cache_addr_t_init(&entry);
+    std::ranges::copy(to_mac(mac), entry.mac);
+    entry.data = data;
+    return entry;
+}
+
+int32_t write_entry(uint32_t, const Json &entry)
+{
+    eth_l2_cache_addr_t record = entry_with(entry["mac"], from_hex(entry["data"]));
+    int32_t slot = 0;
+    return eth_l2_cache_set(entry["slot"], &record, &slot);
+}
+
+Form entry_form(uint32_t)
+{
+    return record_form({{"slot", integer_form(0, slots - 1)}, {"mac", mac_form()}, {"data", hex_form(32)}});
+}
+
+constexpr const char *slot_key[] = {"slot"};
+constexpr Setting cache_setting =
+    setting("l2.cache", "L2 cache slot {slot}", once,
+            "first: l2cache clear --yes\nl2cache set {mac} {data} --slot {slot}", entry_form,
+            by(read_entries, write_entry, "eth_l2_cache_set"))
+        .with(&Setting::key, slot_key)
+        .with(&Setting::remove, [](const Json &entry) { return eth_l2_cache_delete(entry["slot"]); });
+
+Report show(const Arguments &)
+{
+    return table("entries", {{"slot", "slot"}, {"mac", "MAC address"}, {"data", "data"}},
+                 cache_setting.read(0), "no L2 cache entries");
 }
 
 Report set(const Arguments &arguments)
 {
-    eth_l2_cache_addr_t entry;
-    eth_l2_cache_addr_t_init(&entry);
-    std::ranges::copy(to_mac(arguments["MAC"]), entry.mac);
-    entry.data = arguments["DATA"].get<uint32_t>();
+    eth_l2_cache_addr_t entry = entry_with(arguments["MAC"], arguments["DATA"]);
     int32_t slot = first_free;
     check(eth_l2_cache_set(arguments["--slot"].get<int32_t>(), &entry, &slot), "set the entry",
           {{ETH_E_FULL, "all slots are in use; name one with --slot, or free one"}});
     return done(fmt::format("{} set in slot {}", from_mac(entry.mac), slot),
-                {{"slot", slot}, {"mac", from_mac(entry.mac)}, {"data", hex(entry.data, 32)}});
+                entry_of(static_cast<uint32_t>(slot), entry));
 }
 
 Report remove(const Arguments &arguments)
@@ -61,6 +95,8 @@ Report clear(const Arguments &)
 }
 
 } // namespace
+
+Settings cache_settings() { return {&cache_setting, 1}; }
 
 Family l2_cache_family()
 {

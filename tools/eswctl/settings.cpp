@@ -42,9 +42,10 @@ Json shown(const Setting &setting, uint32_t instance)
 std::vector<const Setting *> all_settings()
 {
     std::vector<const Setting *> all;
-    for (const Settings some : {address_settings(), vlan_table(), translation_settings(), port_settings(),
-                                l2_settings(), vlan_settings(), rate_settings(), priority_settings(),
-                                qos_settings(), mirror_settings(), control_settings(), cfp_settings()}) {
+    for (const Settings some :
+         {address_settings(), cache_settings(), vlan_table(), translation_settings(), port_settings(),
+          l2_settings(), vlan_settings(), rate_settings(), priority_settings(), qos_settings(),
+          mirror_settings(), control_settings(), rule_settings(), selector_settings(), cfp_settings()}) {
         for (const Setting &setting : some)
             all.push_back(&setting);
     }

@@ -77,6 +77,7 @@ using Settings = std::span<const Setting>;
 
 // In the order in which a configuration is restored.
 Settings address_settings();
+Settings cache_settings();
 Settings vlan_table();
 Settings translation_settings();
 Settings port_settings();
@@ -87,6 +88,8 @@ Settings priority_settings();
 Settings qos_settings();
 Settings mirror_settings();
 Settings control_settings();
+Settings rule_settings();
+Settings selector_settings();
 Settings cfp_settings();
 
 std::vector<const Setting *> all_settings();

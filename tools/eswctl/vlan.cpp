@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // vlan: which VLANs there are, and their ports.
-#include "eswctl/vlan.h"
-
 #include <algorithm>
 #include <array>
 #include <set>
@@ -14,6 +12,7 @@
 #include <fmt/format.h>
 
 #include "eswctl/families.h"
+#include "eswctl/settings.h"
 #include "eswctl/terminal.h"
 
 namespace eswctl {
@@ -73,6 +72,97 @@ int32_t state_of(uint32_t vid)
     return check(get_vid(static_cast<uint16_t>(vid)), fmt::format("look for VLAN {}", vid), meanings);
 }
 
+struct VlanPorts {
+    uint32_t members;
+    uint32_t untagged;
+
+    bool operator==(const VlanPorts &) const = default;
+};
+
+VlanPorts vlan_ports(uint32_t vid)
+{
+    VlanPorts ports{};
+    check(eth_vlan_port_get(static_cast<uint16_t>(vid), &ports.members, &ports.untagged),
+          fmt::format("read the ports of VLAN {}", vid), meanings);
+    return ports;
+}
+
+// Makes a VLAN that exists exactly this; ports that have their part already are not touched. Yields what other
+// software gave it and no call takes away: ports that there are not.
+VlanPorts set_vlan_ports(uint32_t vid, const VlanPorts &wanted)
+{
+    const std::string what = fmt::format("set the ports of VLAN {}", vid);
+    const VlanPorts present = vlan_ports(vid);
+    const uint32_t wrong = (present.members & ~wanted.members) | (present.untagged & ~wanted.untagged);
+    const auto id = static_cast<uint16_t>(vid);
+    const uint32_t here = to_port_set(all_ports);
+    if ((wrong & here) != 0)
+        check(eth_vlan_port_remove(id, wrong & here), what, meanings);
+    check(eth_vlan_port_add(id, wanted.members, wanted.untagged), what, meanings);
+    const VlanPorts now = vlan_ports(vid);
+    const VlanPorts odd{now.members ^ wanted.members, now.untagged ^ wanted.untagged};
+    check(((odd.members | odd.untagged) & here) == 0 ? ETH_E_NONE : ETH_E_TIMEOUT, what, meanings);
+    return odd;
+}
+
+Json vlan_row(uint32_t vid)
+{
+    const VlanPorts ports = vlan_ports(vid);
+    return {
+        {"vid", vid}, {"members", from_port_set(ports.members)}, {"untagged", from_port_set(ports.untagged)}};
+}
+
+// ---- Setting
+
+Json read_vlans(uint32_t)
+{
+    const HeldBack messages; // a membership file that is missing just means no VLANs
+    Json entries = Json::array();
+    for (const uint32_t vid : existing_vids()) {
+        entries.push_back(vlan_row(vid));
+    }
+    return entries;
+}
+
+int32_t write_vlan(uint32_t, const Json &entry)
+{
+    const int32_t result = eth_vlan_create(entry["vid"]);
+    if (result != ETH_E_NONE && result != ETH_E_EXISTS)
+        return result;
+    const VlanPorts left =
+        set_vlan_ports(entry["vid"], {to_port_set(entry["members"]), to_port_set(entry["untagged"])});
+    if (left != VlanPorts{})
+        tell(fmt::format("eswctl: vlan {} keeps what no call takes away: ports {}, untagged {}\n",
+                         in_words(entry["vid"]), in_words(from_port_set(left.members)),
+                         in_words(from_port_set(left.untagged))));
+    return ETH_E_NONE;
+}
+
+// No call takes ports out that there are not.
+Json settle_vlan(uint32_t, const Json &entry)
+{
+    Json settled = entry;
+    for (const char *set : {"members", "untagged"})
+        settled[set] = from_port_set(to_port_set(entry[set]) & to_port_set(all_ports));
+    return settled;
+}
+
+constexpr const char *vlan_key[] = {"vid"};
+constexpr Setting vlans =
+    setting(
+        "vlan.table", "vlan {vid}", once,
+        "first: vlan destroy-all --yes\nvlan create {vid}\nvlan add {vid} {members} untagged {untagged}",
+        [](uint32_t) {
+            return record_form(
+                {{"vid", integer_form(0, 4095)}, {"members", ports_form()}, {"untagged", ports_form()}});
+        },
+        by(read_vlans, write_vlan, "eth_vlan_create eth_vlan_port_add set_vid"))
+        .with(&Setting::settled, settle_vlan)
+        .with(&Setting::key, vlan_key)
+        .with(&Setting::remove, [](const Json &entry) { return eth_vlan_destroy(entry["vid"]); });
+
+// ---- Commands
+
 // A single VLAN that is asked for has to be there; of several, those that are.
 Report show(const Arguments &arguments)
 {
@@ -86,12 +176,8 @@ Report show(const Arguments &arguments)
             std::ranges::set_intersection(all, given.is_null() ? all : vids, std::back_inserter(found));
             vids = found;
         }
-        for (const uint32_t vid : vids) {
-            const VlanPorts ports = vlan_ports(vid);
-            rows.push_back({{"vid", vid},
-                            {"members", from_port_set(ports.members)},
-                            {"untagged", from_port_set(ports.untagged)}});
-        }
+        for (const uint32_t vid : vids)
+            rows.push_back(vlan_row(vid));
     });
     return table("vlans", {{"vid", "VID"}, {"members", "members"}, {"untagged", "untagged"}}, std::move(rows),
                  given.is_null() ? "no VLANs" : "none of these VLANs exists");
@@ -261,29 +347,7 @@ Vids existing_vids()
     return vids;
 }
 
-VlanPorts vlan_ports(uint32_t vid)
-{
-    VlanPorts ports{};
-    check(eth_vlan_port_get(static_cast<uint16_t>(vid), &ports.members, &ports.untagged),
-          fmt::format("read the ports of VLAN {}", vid), meanings);
-    return ports;
-}
-
-VlanPorts set_vlan_ports(uint32_t vid, const VlanPorts &wanted)
-{
-    const std::string what = fmt::format("set the ports of VLAN {}", vid);
-    const VlanPorts present = vlan_ports(vid);
-    const uint32_t wrong = (present.members & ~wanted.members) | (present.untagged & ~wanted.untagged);
-    const auto id = static_cast<uint16_t>(vid);
-    const uint32_t here = to_port_set(all_ports);
-    if ((wrong & here) != 0)
-        check(eth_vlan_port_remove(id, wrong & here), what, meanings);
-    check(eth_vlan_port_add(id, wanted.members, wanted.untagged), what, meanings);
-    const VlanPorts now = vlan_ports(vid);
-    const VlanPorts odd{now.members ^ wanted.members, now.untagged ^ wanted.untagged};
-    check(((odd.members | odd.untagged) & here) == 0 ? ETH_E_NONE : ETH_E_TIMEOUT, what, meanings);
-    return odd;
-}
+Settings vlan_table() { return {&vlans, 1}; }
 
 Family vlan_family()
 {
