@@ -20,6 +20,8 @@ struct Role {
     void (*refresh)(Switch &) = nullptr;
     // Called before a read; its result is the reading.
     uint64_t (*reading)(Switch &, unsigned index, uint64_t stored) = nullptr;
+    // Whether that would change nothing now: the reading is what is stored.
+    bool (*settled)(const Switch &) = nullptr;
 };
 
 // A row of the map with its role.

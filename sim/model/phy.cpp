@@ -262,6 +262,11 @@ bool is_eee_active(Switch &simulated, unsigned port)
            (eee.advertised & eee.lp_advertised & mode) != 0;
 }
 
+bool links_are_settled(const Switch &simulated)
+{
+    return std::ranges::none_of(simulated.state().phys, [](const Phy &phy) { return phy.negotiating != 0; });
+}
+
 uint64_t link_status_reading(Switch &s, unsigned, uint64_t) { return observed(s, link_status); }
 uint64_t speed_reading(Switch &s, unsigned, uint64_t) { return observed(s, speed); }
 uint64_t duplex_reading(Switch &s, unsigned, uint64_t) { return observed(s, duplex); }

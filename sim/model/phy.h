@@ -41,6 +41,7 @@ void plug_cable(Switch &, unsigned port, bool in);
 bool is_eee_active(Switch &, unsigned port);
 
 // Of the switch's status registers: a read sees how far negotiations are, and clears the link changes.
+bool links_are_settled(const Switch &);
 uint64_t link_status_reading(Switch &, unsigned index, uint64_t stored);
 uint64_t link_change_reading(Switch &, unsigned index, uint64_t stored);
 uint64_t speed_reading(Switch &, unsigned index, uint64_t stored);

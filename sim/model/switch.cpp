@@ -47,7 +47,8 @@ bool Switch::is_passive(const Located &at, bool write) const
     const Role &role = at.bank->role;
     if (write)
         return !role.written;
-    return !role.refresh && !role.reading && at.bank != behaviour_.stuck && state_.busy[at.number].reads == 0;
+    const bool settled = !role.reading || (role.settled && role.settled(*this));
+    return settled && !role.refresh && at.bank != behaviour_.stuck && state_.busy[at.number].reads == 0;
 }
 
 uint64_t Switch::read(uint8_t page, uint8_t offset)

@@ -62,6 +62,7 @@ public:
     // For the engines: a register's contents, without side effects.
     uint64_t &cell(uint8_t page, uint8_t offset) { return state_.cells[page][offset]; }
     State &state() { return state_; }
+    [[nodiscard]] const State &state() const { return state_; }
     [[nodiscard]] const Behaviour &behaviour() const { return behaviour_; }
 
 private:
