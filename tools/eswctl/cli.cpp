@@ -118,10 +118,9 @@ Tree &tree_for(const std::vector<std::string> &words)
     static std::map<std::string, Tree> trees;
     const size_t first = first_command_word(words);
     const std::string word = first < words.size() ? words[first] : "";
-    const Family &general = *family("");
     const Family *own = word.empty() ? nullptr : family(word);
-    if (!own && std::ranges::find(general.commands, word, &Command::words) != general.commands.end())
-        own = &general;
+    if (!own && std::ranges::count(family("")->commands, word, &Command::words) != 0)
+        own = family("");
     const Command *only = own ? find_command(*own, words, first) : nullptr;
     const std::string key = only ? only->words : own ? own->noun + " *" : "*";
     auto found = trees.find(key);
