@@ -7,6 +7,8 @@
 #include <random>
 #include <thread>
 
+#include <unistd.h>
+
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -141,6 +143,21 @@ TEST_F(Eswctl, VlansWithADamagedMembershipFile)
     std::filesystem::remove(file);
     std::filesystem::create_directory(file);
     EXPECT_THAT(eswctl("vlan init --yes").error, testing::HasSubstr("open: Is a directory\n"));
+}
+
+TEST_F(Eswctl, NamesTheFileThatIsClosedToAUser)
+{
+    eswctl("vlan create 5");
+    eswctl("cfp set auto --data 1");
+    run({"sh", "-c", "chmod 0 " + scratch("") + "state/*/shm/*"});
+    const auto plainly = [&](const std::string &line) { // root may open everything
+        const std::string drop = geteuid() == 0 ? "setpriv --bounding-set=-all --inh-caps=-all " : "";
+        return launch("", words_of(drop + BIN_DIR "/eswctl " + line));
+    };
+    EXPECT_THAT(plainly("vlan init --yes").error, testing::HasSubstr("(/dev/shm/vid_list.cfg belongs to "));
+    const Finished written = plainly("cfp set auto --data 1");
+    EXPECT_EQ(written.out, "rule written to slot 1\n");
+    EXPECT_THAT(written.error, testing::StartsWith("eswctl: each search for a free slot begins at 0: "));
 }
 
 TEST_F(Eswctl, DestructiveCommandsAskOnATerminal)

@@ -7,6 +7,7 @@
 #include "eswctl/dry_run.h"
 #include "eswctl/families.h"
 #include "eswctl/settings.h"
+#include "eswctl/terminal.h"
 
 namespace eswctl {
 namespace {
@@ -17,7 +18,8 @@ constexpr Setting ports_setting =
     setting("cfp.ports", "ports with the field processor", once, "cfp enable {in}\ncfp disable {out}",
             accepted::ports, by_ports<eth_cfp_enable_get, eth_cfp_enable_set>);
 
-const Meanings rule_file = {{ETH_E_FAIL, "/dev/shm/cfp_rule.cfg cannot be read or written"}};
+const Meanings rule_file = {
+    {ETH_E_FAIL, "/dev/shm/cfp_rule.cfg cannot be read or written", "/dev/shm/cfp_rule.cfg"}};
 
 Kind any_slot()
 {
@@ -92,7 +94,13 @@ std::string told(const Json &rounded)
 Report write_rule(int32_t slot, const eth_cfp_rule_t &rule)
 {
     const std::string what = slot == automatic ? "write the rule" : fmt::format("write slot {}", slot);
-    const int32_t written = check(eth_cfp_rule_set(slot, rule), what, {{ETH_E_FULL, "all slots are in use"}});
+    HeldBack messages; // of the file below
+    const int32_t written = eth_cfp_rule_set(slot, rule);
+    const std::string closed = slot == automatic ? why_closed("/dev/shm/cfp_last_idx.cfg") : "";
+    const std::string held = messages.release();
+    tell(closed.empty() ? held
+                        : fmt::format("eswctl: each search for a free slot begins at 0: {}\n", closed));
+    check(written, what, {{ETH_E_FULL, "all slots are in use"}});
     return done(fmt::format("rule written to slot {}", written),
                 rule_document({rule_row(static_cast<uint32_t>(written), rule)}));
 }

@@ -2,6 +2,12 @@
 #include "eswctl/errors.h"
 
 #include <algorithm>
+#include <cerrno>
+
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <esw.h>
 #include <fmt/format.h>
@@ -39,9 +45,29 @@ std::string describe(int32_t result, const Meanings &meanings)
     if (code == std::end(codes))
         return fmt::format("result {}", result);
     const auto own = std::ranges::find(meanings, result, &Meaning::code);
+    const std::string closed = own == meanings.end() ? "" : why_closed(own->file);
+    const std::string meaning = !closed.empty() ? closed : own == meanings.end() ? code->meaning : own->text;
     const std::string reason = why_requests_failed();
-    return fmt::format("{} ({}{}{})", code->name, own == meanings.end() ? code->meaning : own->text,
-                       reason.empty() ? "" : ": ", reason);
+    return fmt::format("{} ({}{}{})", code->name, meaning, reason.empty() ? "" : ": ", reason);
+}
+
+// As the library opens it: in a directory that is everybody's, the system may keep others, and root, from a
+// file that they could create.
+std::string why_closed(const char *file)
+{
+    struct stat status = {};
+    if (!file || stat(file, &status) != 0)
+        return "";
+    const int opened = open(file, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
+    if (opened >= 0)
+        close(opened);
+    if (opened >= 0 || errno != EACCES)
+        return "";
+    const passwd *owner = getpwuid(status.st_uid);
+    return fmt::format("{} belongs to {}, and is closed to this user; {}", file,
+                       owner ? owner->pw_name : std::to_string(status.st_uid),
+                       geteuid() == 0 ? "give it to root"
+                                      : "run eswctl as its owner, or let root give it to your group");
 }
 
 int32_t check(int32_t result, const std::string &what, const Meanings &meanings)

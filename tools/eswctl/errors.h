@@ -24,11 +24,15 @@ struct Refused {
 struct Meaning {
     int32_t code;
     std::string text;
+    const char *file = nullptr; // where it tells of this file of the library: which may be closed to the user
 };
 using Meanings = std::vector<Meaning>;
 
 // Passes a library call's result on, or throws Refused: "cannot WHAT: ETH_E_PORT (...)".
 int32_t check(int32_t result, const std::string &what, const Meanings &meanings = {});
 std::string describe(int32_t result, const Meanings &meanings = {});
+
+// Why this user can't use a file of the library; empty when nothing keeps him from it.
+std::string why_closed(const char *file);
 
 } // namespace eswctl

@@ -48,6 +48,9 @@ Json link_of(uint32_t port); // as link show has it
 // damaged.
 std::vector<uint32_t> existing_vids();
 
+// A call about all VLANs at once: none may be left.
+void empty_vlans(int32_t (*call)(), const std::string &what);
+
 // Commands of a single word that have a file of their own.
 Command batch_command();
 Command completion_command();

@@ -37,10 +37,8 @@ Report reset(const Arguments &arguments)
 {
     check(ethHw_switch_reset(), "reset the switch");
     const bool vlans = arguments["--vlans"].get<bool>();
-    if (vlans) {
-        check(eth_vlan_destroy_all(), "empty the list of VLANs");
-        check(existing_vids().empty() ? ETH_E_NONE : ETH_E_FAIL, "empty the list of VLANs");
-    }
+    if (vlans)
+        empty_vlans(eth_vlan_destroy_all, "empty the list of VLANs");
     return done(vlans ? "switch reset, and no VLAN is left"
                       : "switch reset; the list of VLANs stays, without ports (see --vlans)",
                 {{"reset", true}, {"vlans_kept", !vlans}});

@@ -47,13 +47,13 @@ void telling_once(const std::function<void()> &calls)
     calls();
 }
 
+constexpr char file[] = "/dev/shm/vid_list.cfg";
 const Meanings meanings = {
-    {ETH_E_FAIL, "/dev/shm/vid_list.cfg cannot be read or written; eswctl vlan init makes it anew"},
+    {ETH_E_FAIL, "/dev/shm/vid_list.cfg cannot be read or written; eswctl vlan init makes it anew", file},
     {ETH_E_NOT_FOUND, "it does not exist"},
     {ETH_E_EXISTS, "it exists already"},
 };
 
-constexpr char file[] = "/dev/shm/vid_list.cfg";
 constexpr uint8_t absent = '0';
 
 // From one or several lists, in ascending order.
@@ -305,25 +305,15 @@ void check_settled(const std::string &what)
         check(ETH_E_TIMEOUT, what);
 }
 
-// Of all VLANs at once: none may be left.
-void empty(int32_t (*call)(), const std::string &what)
-{
-    telling_once([&] {
-        check(call(), what, meanings);
-        check(existing_vids().empty() ? ETH_E_NONE : ETH_E_FAIL, what, meanings);
-        check_settled(what);
-    });
-}
-
 Report destroy_all(const Arguments &)
 {
-    empty(eth_vlan_destroy_all, "destroy all VLANs");
+    empty_vlans(eth_vlan_destroy_all, "destroy all VLANs");
     return done("all VLANs destroyed", {{"vlans", Json::array()}});
 }
 
 Report initialise(const Arguments &)
 {
-    empty(eth_vlan_init, "initialise the VLANs");
+    empty_vlans(eth_vlan_init, "initialise the VLANs");
     return done("VLANs initialised", {{"initialised", true}});
 }
 
@@ -345,6 +335,15 @@ Vids existing_vids()
             vids.push_back(vid);
     }
     return vids;
+}
+
+void empty_vlans(int32_t (*call)(), const std::string &what)
+{
+    telling_once([&] {
+        check(call(), what, meanings);
+        check(existing_vids().empty() ? ETH_E_NONE : ETH_E_FAIL, what, meanings);
+        check_settled(what);
+    });
 }
 
 Settings vlan_table() { return {&vlans, 1}; }
