@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <ctime>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -77,6 +78,20 @@ bool provide_switch(const char *path, const char *scratch, uint32_t device_id)
     return munmap(shared, sizeof *shared) == 0 && rename(scratch, path) == 0;
 }
 
+int lock(pthread_mutex_t &mutex)
+{
+    int error = pthread_mutex_trylock(&mutex);
+    if (error == EBUSY) {
+        timespec end{};
+        clock_gettime(CLOCK_MONOTONIC, &end);
+        const int64_t nanoseconds = end.tv_nsec + lock_patience % 1000 * 1'000'000;
+        end.tv_sec += lock_patience / 1000 + nanoseconds / 1'000'000'000;
+        end.tv_nsec = nanoseconds % 1'000'000'000;
+        error = pthread_mutex_clocklock(&mutex, CLOCK_MONOTONIC, &end);
+    }
+    return error == EOWNERDEAD ? pthread_mutex_consistent(&mutex) : error;
+}
+
 } // namespace
 
 int raw_open(const char *path, int flags, mode_t mode)
@@ -134,8 +149,9 @@ BoardLock::BoardLock(SharedSwitch &shared) : shared_(shared)
 {
     constexpr uint64_t all = ~uint64_t{0};
     syscall(SYS_rt_sigprocmask, SIG_SETMASK, &all, &signals_, sizeof all); // the C library's own ones, too
-    if (pthread_mutex_lock(&shared.mutex) == EOWNERDEAD)
-        pthread_mutex_consistent(&shared.mutex);
+    error_ = lock(shared.mutex);
+    if (error_ != 0)
+        return;
     __atomic_store_n(&shared.turn, shared.turn | 1, __ATOMIC_SEQ_CST);
     __atomic_thread_fence(__ATOMIC_SEQ_CST);
     const Behaviour plain;
@@ -144,8 +160,10 @@ BoardLock::BoardLock(SharedSwitch &shared) : shared_(shared)
 
 BoardLock::~BoardLock()
 {
-    __atomic_store_n(&shared_.turn, shared_.turn + 1, __ATOMIC_RELEASE);
-    pthread_mutex_unlock(&shared_.mutex);
+    if (error_ == 0) {
+        __atomic_store_n(&shared_.turn, shared_.turn + 1, __ATOMIC_RELEASE);
+        pthread_mutex_unlock(&shared_.mutex);
+    }
     syscall(SYS_rt_sigprocmask, SIG_SETMASK, &signals_, nullptr, sizeof signals_);
 }
 

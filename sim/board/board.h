@@ -47,6 +47,10 @@ SharedSwitch *attach_board(const char *directory);
 // Makes memory a powered-on switch.
 void initialise(SharedSwitch &shared, uint32_t device_id);
 
+// A holder needs microseconds. Whoever has been stopped inside, or a file that somebody has forged, shall not
+// stop the others for ever.
+inline int64_t lock_patience = 10'000; // milliseconds
+
 // Holds a board's switch to the end of its scope. A holder that dies leaves it usable, and no signal handler
 // runs in between: it could make a request of its own, or never come back.
 class BoardLock {
@@ -56,9 +60,13 @@ public:
     BoardLock(const BoardLock &) = delete;
     BoardLock &operator=(const BoardLock &) = delete;
 
+    // 0, or the errno value for which the switch is not held.
+    [[nodiscard]] int error() const { return error_; }
+
 private:
     SharedSwitch &shared_;
     uint64_t signals_ = 0; // that were blocked before
+    int error_;
 };
 
 // Serves a request without holding the board, which only one that no engine takes part in can be: a single

@@ -123,12 +123,14 @@ int Session::serve_register(Route route, bool write, void *argument)
         return EIO;
     if (driver_.is_traced()) {
         const BoardLock lock(shared_);
-        if (const int error = driver_.serve(route, write, request))
+        if (const int error = lock.error() ? lock.error() : driver_.serve(route, write, request))
             return error;
     } else if (driver_.fails_now()) {
         return EIO;
     } else if (!serve_alone(shared_, driver_.simulated(), write, request)) {
         const BoardLock lock(shared_);
+        if (lock.error() != 0)
+            return lock.error();
         driver_.access(write, request);
     }
     auto *value = &static_cast<esw::RegisterRequest *>(argument)->value;
@@ -143,7 +145,7 @@ int Session::serve_mii(bool write, esw::MiiRequest &request, void *argument)
         return EIO;
     {
         const BoardLock lock(shared_);
-        if (const int error = driver_.serve_mii(write, request))
+        if (const int error = lock.error() ? lock.error() : driver_.serve_mii(write, request))
             return error;
     }
     return write || store(argument, &request, sizeof request) ? 0 : EFAULT;
@@ -158,7 +160,7 @@ int Session::serve_eee(bool write, void *argument)
         return EIO;
     {
         const BoardLock lock(shared_);
-        if (const int error = driver_.serve_eee(write, record))
+        if (const int error = lock.error() ? lock.error() : driver_.serve_eee(write, record))
             return error;
     }
     return write || store(argument, &record, sizeof record) ? 0 : EFAULT;

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <thread>
 
 #include <fcntl.h>
@@ -129,8 +130,10 @@ TEST_F(Doors, TheControlDeviceIsADevice)
     EXPECT_TRUE(mmap(nullptr, 1, PROT_READ, MAP_SHARED, gFd, 0) == MAP_FAILED && errno == ENODEV);
     EXPECT_TRUE(open(esw::control_device, O_RDWR | O_CREAT | O_EXCL, 0600) == -1 && errno == EEXIST);
     EXPECT_TRUE(open(esw::control_device, O_RDONLY | O_DIRECTORY) == -1 && errno == ENOTDIR);
-    const int other = open(esw::control_device, O_RDWR | O_CLOEXEC);
+    const int other = open(esw::control_device, O_RDWR | O_CLOEXEC | O_NONBLOCK);
     EXPECT_EQ(fcntl(other, F_GETFD), FD_CLOEXEC);
+    EXPECT_EQ(fcntl(other, F_GETFL) & O_NONBLOCK, O_NONBLOCK);
+    EXPECT_EQ(fcntl(gFd, F_GETFL) & O_NONBLOCK, 0);
     esw::RegisterRequest request = id_request();
     EXPECT_EQ(error_of(other, esw::request_read, &request), 0);
     int ends[2];
@@ -226,6 +229,9 @@ TEST_F(Doors, RequestsLeaveErrnoAlone)
 {
     errno = ERANGE;
     esw_reg_read32(0x02, 0x30, 32);
+    EXPECT_EQ(errno, ERANGE);
+    const auto request = std::make_unique<esw::RegisterRequest>(id_request()); // on no stack
+    EXPECT_EQ(ioctl(gFd, esw::request_read, request.get()), 0);
     EXPECT_EQ(errno, ERANGE);
 }
 
@@ -355,6 +361,28 @@ TEST_F(Doors, AnInterruptedResetIsFinished)
     sim::session()->driver().trace_to(nullptr, nullptr);
     EXPECT_EQ(esw_reg_read32(0x02, 0x30, 32), class_b);
     EXPECT_EQ(esw_reg_read32(0x00, 0x00, 8), 0xA0u);
+}
+
+// A stopped program, or a forged file, does not stop the others for ever: those that an engine takes part in.
+TEST_F(Doors, ABoardThatNobodyGivesBackFailsRequests)
+{
+    sim::lock_patience = 30;
+    esw::RegisterRequest request = {.width = 8, .page = 0x05, .offset = 0x80};
+    const auto error = [&](void (*forge)(pthread_mutex_t &)) {
+        forge(shared()->mutex);
+        const int of_request = error_of(gFd, esw::request_write, &request);
+        sim::initialise(*shared(), class_b);
+        return of_request;
+    };
+    for (const bool traced : {true, false}) {
+        if (!traced)
+            sim::session()->driver().trace_to(nullptr, nullptr);
+        EXPECT_EQ(error([](auto &mutex) { mutex.__data.__lock = getppid(); }), ETIMEDOUT);
+        EXPECT_EQ(error([](auto &mutex) { mutex.__data.__lock = gettid(); }), ETIMEDOUT);
+        EXPECT_EQ(error([](auto &mutex) { memset(&mutex, 0xFF, sizeof mutex); }), EINVAL);
+        EXPECT_EQ(error([](auto &) {}), 0);
+    }
+    sim::lock_patience = 10'000;
 }
 
 TEST_F(Doors, ABoardThatIsCutShortFailsRequests)

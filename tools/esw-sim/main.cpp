@@ -191,6 +191,9 @@ void change_switch(const fs::path &board, uint32_t device_id, bool reset, const 
         throw Failure{fmt::format("cannot reach the switch in {}: {}", board.string(), strerror(errno))};
     const sim::Behaviour plain;
     const sim::BoardLock lock(*shared);
+    if (lock.error() != 0)
+        throw Failure{
+            fmt::format("cannot hold the switch in {}: {}", board.string(), strerror(lock.error()))};
     sim::Switch simulated(shared->state, plain);
     if (reset) {
         simulated.power_on(device_id);
