@@ -45,24 +45,16 @@ Report show(const Arguments &arguments)
                       settings_of);
 }
 
-Report set(const Arguments &arguments)
-{
-    const bool on = arguments["STATE"].get<bool>();
-    return set_ports(arguments, fmt::format("EEE {}", on_or_off(on)), [=](uint32_t port) {
-        check(eth_eee_set(port, on),
-              fmt::format("switch EEE of port {} {} in the driver of eth0", port, on_or_off(on)));
-        return Json{{"enabled", on}};
-    });
-}
-
 } // namespace
 
 Family eee_family()
 {
     Family family{"eee", "Energy Efficient Ethernet of ports 0 and 1, through the driver of eth0"};
     family.add("eee show", "Show the settings of ports", show, ports_to_show(phy_ports()));
-    family.add("eee set", "Switch it on or off", set, ports_required(phy_ports()),
-               required("STATE", "on or off", on_off()));
+    family.add("eee set", "Switch it on or off",
+               at_ports("EEE {1}", "switch EEE of port {0} {1} in the driver of eth0", {{"enabled", "STATE"}},
+                        by_call<eth_eee_set>("STATE")),
+               ports_required(phy_ports()), required("STATE", "on or off", on_off()));
     return family;
 }
 

@@ -128,15 +128,6 @@ Report show_protection(const Arguments &arguments)
     return port_table(arguments, {{"protected", "protected"}}, protection_of);
 }
 
-Report set_protection(const Arguments &arguments)
-{
-    const bool on = arguments["STATE"].get<bool>();
-    return set_ports(arguments, fmt::format("protection {}", on_or_off(on)), [=](uint32_t port) {
-        check(eth_protect_set(port, on), fmt::format("set the protection of port {}", port));
-        return protection_of(port);
-    });
-}
-
 } // namespace
 
 Settings l2_settings() { return settings; }
@@ -181,7 +172,9 @@ Family protect_family()
 {
     Family family{"protect", "Protected ports"};
     family.add("protect show", "Show which ports are protected", show_protection, ports_to_show(any_ports()));
-    family.add("protect set", "Protect ports, or end their protection", set_protection,
+    family.add("protect set", "Protect ports, or end their protection",
+               at_ports("protection {1}", "set the protection of port {0}", {{"protected", "STATE"}},
+                        by_call<eth_protect_set>("STATE")),
                ports_required(any_ports()), required("STATE", "on or off", on_off()));
     return family;
 }

@@ -20,6 +20,15 @@ const Meanings mii_refused = {
     {ETH_E_UNAVAIL, "class A switches have no such control; use eswctl phy write"},
 };
 
+// By the interface that -i names.
+template <auto set>
+PortCall through_interface(const char *argument)
+{
+    return [=](uint32_t port, const Arguments &arguments) {
+        return set(interface_name().c_str(), port, aux, arguments[argument]);
+    };
+}
+
 uint32_t read(uint32_t port, uint32_t reg)
 {
     uint32_t value = 0;
@@ -54,26 +63,6 @@ Report write(const Arguments &arguments)
                                mii_refused);
                          return Json{{"register", reg}, {"value", hex(value, register_bits)}};
                      });
-}
-
-Report power(const Arguments &arguments)
-{
-    const bool on = arguments["STATE"].get<bool>();
-    return set_ports(arguments, fmt::format("PHY {}", on_or_off(on)), [=](uint32_t port) {
-        check(eth_port_phy_enable(interface_name().c_str(), port, aux, on),
-              fmt::format("switch the PHY of port {} {}", port, on_or_off(on)), mii_refused);
-        return Json{{"power", on}};
-    });
-}
-
-Report set_speed(const Arguments &arguments)
-{
-    const auto speed = arguments["SPEED"].get<uint32_t>();
-    return set_ports(arguments, fmt::format("told to link at {} Mb/s", speed), [=](uint32_t port) {
-        check(eth_port_speed_set(interface_name().c_str(), port, aux, speed),
-              fmt::format("set the speed of port {}", port), mii_refused);
-        return Json{{"speed", speed}};
-    });
 }
 
 // Without a link the switch still reports the last speed.
@@ -209,8 +198,10 @@ Family phy_family()
     family.add("phy read", "Read registers", show_registers, ports, registers);
     family.add("phy write", "Write a register", write, ports, reg,
                required("VALUE", "value, 0 to 0xffff", number(0, 0xFFFF)));
-    family.add("phy power", "Power PHYs up or down (class B): without power they have no link", power, ports,
-               required("STATE", "on or off", on_off()));
+    family.add("phy power", "Power PHYs up or down (class B): without power they have no link",
+               at_ports("PHY {1}", "switch the PHY of port {0} {1}", {{"power", "STATE"}},
+                        through_interface<eth_port_phy_enable>("STATE"), mii_refused),
+               ports, required("STATE", "on or off", on_off()));
     return family;
 }
 
@@ -219,10 +210,11 @@ Family speed_family()
     Family family{"speed", "Speed of ports"};
     family.add("speed show", "Show the speed of the ports that have a link", show_speed,
                ports_to_show(any_ports()));
-    family.add("speed set",
-               "Make the PHYs of ports link at a speed (class B); link show tells what came of it", set_speed,
-               ports_required(phy_ports()),
-               required("SPEED", "10, 100 or 1000, in Mb/s", one_of({10, 100, 1000})));
+    family.add(
+        "speed set", "Make the PHYs of ports link at a speed (class B); link show tells what came of it",
+        at_ports("told to link at {1} Mb/s", "set the speed of port {0}", {{"speed", "SPEED"}},
+                 through_interface<eth_port_speed_set>("SPEED"), mii_refused),
+        ports_required(phy_ports()), required("SPEED", "10, 100 or 1000, in Mb/s", one_of({10, 100, 1000})));
     return family;
 }
 

@@ -4,10 +4,12 @@
 #include <algorithm>
 #include <utility>
 
+#include <fmt/args.h>
 #include <fmt/format.h>
 
 #include "eswctl/driver.h"
 #include "eswctl/errors.h"
+#include "eswctl/form.h"
 #include "eswctl/notation.h"
 
 namespace eswctl {
@@ -124,6 +126,27 @@ Report set_ports(const Arguments &arguments, const std::string &outcome,
 {
     return done(fmt::format("{}: {}", name_ports(ports_in(arguments["PORT"])), outcome),
                 {{"ports", rows_of(arguments, set)}});
+}
+
+std::function<Report(const Arguments &)> at_ports(const char *outcome, const char *what, const Told &told,
+                                                  const PortCall &call, const Meanings &meanings)
+{
+    return [=](const Arguments &arguments) {
+        const auto text = [&](const char *format, uint32_t port) {
+            fmt::dynamic_format_arg_store<fmt::format_context> words;
+            words.push_back(port);
+            for (const auto &[member, argument] : told)
+                words.push_back(in_words(arguments[argument]));
+            return fmt::vformat(format, words);
+        };
+        return set_ports(arguments, text(outcome, 0), [&](uint32_t port) {
+            check(call(port, arguments), text(what, port), meanings);
+            Json row = Json::object();
+            for (const auto &[member, argument] : told)
+                row[member] = arguments[argument];
+            return row;
+        });
+    };
 }
 
 std::string name_each(const std::string &noun, const std::vector<uint32_t> &items)

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "eswctl/command.h"
+#include "eswctl/errors.h"
 
 namespace eswctl {
 
@@ -35,6 +36,19 @@ Report port_table(const Arguments &arguments, std::vector<Column> columns,
 // Does something to each port. Says what came of it, with a row a port: what the call returns.
 Report set_ports(const Arguments &arguments, const std::string &outcome,
                  const std::function<Json(uint32_t port)> &set);
+
+// A command that does something to each port with its arguments, and tells these, by member: "TC {1} goes to
+// queue {2}". `what` completes "cannot ...", where {0} is the port.
+using PortCall = std::function<int32_t(uint32_t port, const Arguments &arguments)>;
+using Told = std::vector<std::pair<const char *, const char *>>; // member and argument
+std::function<Report(const Arguments &)> at_ports(const char *outcome, const char *what, const Told &told,
+                                                  const PortCall &call, const Meanings &meanings = {});
+
+template <auto set>
+PortCall by_call(const char *argument)
+{
+    return [=](uint32_t port, const Arguments &arguments) { return set(port, arguments[argument]); };
+}
 
 // Does something for each of a list, named "slot" in messages. Where one is refused, tells which were done.
 void do_each(const std::vector<uint32_t> &items, const std::string &noun,

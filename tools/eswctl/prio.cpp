@@ -23,6 +23,11 @@ int32_t write_replacement(uint32_t port, size_t priority, const Json &replacemen
     return eth_prio_remap_set(port, static_cast<uint8_t>(priority), replacement);
 }
 
+int32_t replace(uint32_t port, const Arguments &arguments)
+{
+    return write_replacement(port, arguments["PRIORITY"], arguments["NEW"]);
+}
+
 constexpr Setting map_setting = setting(
     "qos.port{}.priority_map", "port {}: replacement of priority", each_port,
     "each: prio remap set {instance} {index} {value}", accepted::integers<priorities, 0, priorities - 1>,
@@ -46,27 +51,6 @@ Report show(const Arguments &arguments)
     return port_table(arguments, std::move(columns), remapping_of);
 }
 
-Report set(const Arguments &arguments)
-{
-    const auto priority = arguments["PRIORITY"].get<uint8_t>();
-    const auto replacement = arguments["NEW"].get<uint8_t>();
-    return set_ports(arguments, fmt::format("priority {} becomes {}", priority, replacement),
-                     [=](uint32_t port) {
-                         check(eth_prio_remap_set(port, priority, replacement),
-                               fmt::format("set the remapping of port {}", port));
-                         return Json{{"priority", priority}, {"new_priority", replacement}};
-                     });
-}
-
-Report enable(const Arguments &arguments)
-{
-    const bool on = arguments["STATE"].get<bool>();
-    return set_ports(arguments, fmt::format("remapping {}", on_or_off(on)), [=](uint32_t port) {
-        check(eth_prio_remap_enable_set(port, on), fmt::format("switch the remapping of port {}", port));
-        return Json{{"remapping", on}};
-    });
-}
-
 Report init(const Arguments &)
 {
     check(eth_prio_init(), "initialise the classification");
@@ -86,11 +70,15 @@ Family priority_family()
     family.add("prio show", "Show what becomes of each priority at ports", show, ports_to_show(any_ports()));
     family.group("prio remap", "Replace priorities");
     family.add("prio remap show", "The same as prio show", show, ports_to_show(any_ports()));
-    family.add("prio remap set", "Choose what becomes of a priority", set, ports,
-               required("PRIORITY", "of the incoming frame, 0 to 7", priority),
+    family.add("prio remap set", "Choose what becomes of a priority",
+               at_ports("priority {1} becomes {2}", "set the remapping of port {0}",
+                        {{"priority", "PRIORITY"}, {"new_priority", "NEW"}}, replace),
+               ports, required("PRIORITY", "of the incoming frame, 0 to 7", priority),
                required("NEW", "to use instead, 0 to 7", priority));
-    family.add("prio remap enable", "Switch the remapping of ports on or off", enable, ports,
-               required("STATE", "on or off", on_off()));
+    family.add("prio remap enable", "Switch the remapping of ports on or off",
+               at_ports("remapping {1}", "switch the remapping of port {0}", {{"remapping", "STATE"}},
+                        by_call<eth_prio_remap_enable_set>("STATE")),
+               ports, required("STATE", "on or off", on_off()));
     family.add("prio init", "Switch CoS on and classification by DSCP off, on all ports", init);
     return family;
 }

@@ -206,14 +206,14 @@ const Section scheduler_section = {"",
 
 Json cos_of(uint32_t port) { return {{"cos", read_flag<eth_cosq_enable_get>(port)}}; }
 
+Report show_scheduler()
+{
+    return is_class_a() ? Report{scheduler_of_switch(), {scheduler_section}} : Report{};
+}
+
 Report show_cosq(const Arguments &)
 {
-    Report report;
-    if (is_class_a()) {
-        report.value = scheduler_of_switch();
-        report.sections.push_back(scheduler_section);
-    }
-    return append(std::move(report), port_table(every_port_shown, {{"cos", "CoS"}}, cos_of));
+    return append(show_scheduler(), port_table(every_port_shown, {{"cos", "CoS"}}, cos_of));
 }
 
 Report map_cosq(const Arguments &arguments)
@@ -236,15 +236,6 @@ Report schedule_cosq(const Arguments &arguments)
     const auto given = mode == 3 ? weights.get<std::array<int32_t, 4>>() : std::array<int32_t, 4>{};
     check(eth_cosq_sched_set(mode, given.data()), "set the scheduler");
     return done(fmt::format("scheduler mode {}", mode), {{"scheduler_mode", mode}, {"weights", weights}});
-}
-
-Report enable_cosq(const Arguments &arguments)
-{
-    const bool on = arguments["STATE"].get<bool>();
-    return set_ports(arguments, fmt::format("CoS {}", on_or_off(on)), [=](uint32_t port) {
-        check(eth_cosq_enable_set(port, on), fmt::format("switch CoS of port {}", port));
-        return Json{{"cos", on}};
-    });
 }
 
 Report select_layer(const Arguments &arguments)
@@ -304,18 +295,14 @@ Report show_dscp_map(const Arguments &)
 
 Report show(const Arguments &arguments)
 {
-    Report report;
-    if (is_class_a()) {
-        report.value = scheduler_of_switch();
-        report.sections.push_back(scheduler_section);
-    }
     std::vector<Column> columns = class_columns();
     columns.insert(columns.begin(), {"cos", "CoS"});
-    report = append(std::move(report), port_table(every_port_shown, std::move(columns), [](uint32_t port) {
-                        Json row = cos_of(port);
-                        row.update(classes_of(port));
-                        return row;
-                    }));
+    Report report =
+        append(show_scheduler(), port_table(every_port_shown, std::move(columns), [](uint32_t port) {
+                   Json row = cos_of(port);
+                   row.update(classes_of(port));
+                   return row;
+               }));
     return append(std::move(report), show_dscp_map(arguments));
 }
 
@@ -327,59 +314,18 @@ Report set_dscp(const Arguments &arguments)
     return done(fmt::format("DSCP {} has TC {}", dscp, tc), {{"dscp", dscp}, {"traffic_class", tc}});
 }
 
-Report set_dscp_mode(const Arguments &arguments)
+int32_t by_dscp_or_not(uint32_t port, const Arguments &arguments)
 {
-    const bool on = arguments["STATE"].get<bool>();
-    return set_ports(arguments, fmt::format("classification by DSCP {}", on_or_off(on)), [=](uint32_t port) {
-        check(eth_cosq_port_dscp2tc_mode_set(port, on ? by_dscp : 0),
-              fmt::format("set the DSCP mode of port {}", port));
-        return Json{{"by_dscp", on}};
-    });
+    return eth_cosq_port_dscp2tc_mode_set(port, arguments["STATE"].get<bool>() ? by_dscp : 0);
 }
 
-Report set_source(const Arguments &arguments)
+template <auto set, typename... Names>
+PortCall of_class_b(Names... names)
 {
-    require_class_b();
-    const auto index = arguments["INDEX"].get<uint32_t>();
-    const auto source = arguments["SOURCE"].get<uint32_t>();
-    return set_ports(arguments, fmt::format("class source {} set to {}", index, source), [=](uint32_t port) {
-        check(eth_cosq_port_tc_src_set(port, index, source),
-              fmt::format("set the class source of port {}", port));
-        return Json{{"index", index}, {"class_source", source}};
-    });
-}
-
-Report set_queue(const Arguments &arguments)
-{
-    require_class_b();
-    const auto tc = arguments["TC"].get<uint32_t>();
-    const auto queue = arguments["QUEUE"].get<uint32_t>();
-    return set_ports(arguments, fmt::format("TC {} goes to queue {}", tc, queue), [=](uint32_t port) {
-        check(eth_cosq_port_mapping_set(port, tc, queue), fmt::format("set the queue at port {}", port));
-        return Json{{"traffic_class", tc}, {"queue", queue}};
-    });
-}
-
-Report set_drop(const Arguments &arguments)
-{
-    require_class_b();
-    const auto tc = arguments["TC"].get<uint32_t>();
-    const bool on = arguments["STATE"].get<bool>();
-    return set_ports(arguments, fmt::format("drop flag of TC {} {}", tc, on_or_off(on)), [=](uint32_t port) {
-        check(eth_cosq_port_mapping_tc_drop_set(port, tc, on),
-              fmt::format("set the drop flag at port {}", port));
-        return Json{{"traffic_class", tc}, {"drop", on}};
-    });
-}
-
-Report set_default_class(const Arguments &arguments)
-{
-    require_class_b();
-    const auto tc = arguments["TC"].get<uint32_t>();
-    return set_ports(arguments, fmt::format("default TC {}", tc), [=](uint32_t port) {
-        check(eth_cosq_port2tc_set(port, tc), fmt::format("set the default class of port {}", port));
-        return Json{{"default_class", tc}};
-    });
+    return [=](uint32_t port, const Arguments &arguments) {
+        require_class_b();
+        return set(port, arguments[names]...);
+    };
 }
 
 Report schedule_port(const Arguments &arguments)
@@ -416,7 +362,10 @@ Family qos_family()
     family.add("qos cosq scheduler", "Choose how the queues are served (class A)", schedule_cosq,
                required("MODE", "1, 2 or 3; mode 3 has weights", one_of({1, 2, 3})),
                optional("--weights", "of queues 0 to 3, such as 4,3,2,1", list_of(4, number(0, 255))));
-    family.add("qos cosq enable", "Switch CoS of ports on or off", enable_cosq, ports, state);
+    family.add("qos cosq enable", "Switch CoS of ports on or off",
+               at_ports("CoS {1}", "switch CoS of port {0}", {{"cos", "STATE"}},
+                        by_call<eth_cosq_enable_set>("STATE")),
+               ports, state);
     family.add(
         "qos cosq layer",
         "Select the layer to classify by (class A); each start of the library, as by eswctl, selects 0",
@@ -428,17 +377,29 @@ Family qos_family()
     family.add("qos port dscp-map show", "Show the class of each DSCP", show_dscp_map);
     family.add("qos port dscp-map set", "Set the class of a DSCP", set_dscp,
                required("DSCP", "0 to 63", number(0, 63)), tc);
-    family.add("qos port dscp-mode", "Switch the classification by DSCP of ports on or off", set_dscp_mode,
+    family.add("qos port dscp-mode", "Switch the classification by DSCP of ports on or off",
+               at_ports("classification by DSCP {1}", "set the DSCP mode of port {0}", {{"by_dscp", "STATE"}},
+                        by_dscp_or_not),
                ports, state);
     family.add("qos port class-source", "Set one of the class source selectors of ports (class B)",
-               set_source, ports, required("INDEX", "0 to 7", up_to_7),
-               required("SOURCE", "0 to 3", up_to_3));
-    family.add("qos port queue", "Choose the queue of a class at ports (class B)", set_queue, ports, tc,
-               required("QUEUE", "0 to 7", up_to_7));
-    family.add("qos port drop", "Set or clear the drop flag of a class at ports (class B)", set_drop, ports,
-               tc, state);
+               at_ports("class source {1} set to {2}", "set the class source of port {0}",
+                        {{"index", "INDEX"}, {"class_source", "SOURCE"}},
+                        of_class_b<eth_cosq_port_tc_src_set>("INDEX", "SOURCE")),
+               ports, required("INDEX", "0 to 7", up_to_7), required("SOURCE", "0 to 3", up_to_3));
+    family.add("qos port queue", "Choose the queue of a class at ports (class B)",
+               at_ports("TC {1} goes to queue {2}", "set the queue at port {0}",
+                        {{"traffic_class", "TC"}, {"queue", "QUEUE"}},
+                        of_class_b<eth_cosq_port_mapping_set>("TC", "QUEUE")),
+               ports, tc, required("QUEUE", "0 to 7", up_to_7));
+    family.add("qos port drop", "Set or clear the drop flag of a class at ports (class B)",
+               at_ports("drop flag of TC {1} {2}", "set the drop flag at port {0}",
+                        {{"traffic_class", "TC"}, {"drop", "STATE"}},
+                        of_class_b<eth_cosq_port_mapping_tc_drop_set>("TC", "STATE")),
+               ports, tc, state);
     family.add("qos port default-class", "Set the class of frames at ports that get none otherwise (class B)",
-               set_default_class, ports, tc);
+               at_ports("default TC {1}", "set the default class of port {0}", {{"default_class", "TC"}},
+                        of_class_b<eth_cosq_port2tc_set>("TC")),
+               ports, tc);
     family.add("qos port scheduler", "Choose how the queues of ports are served (class B)", schedule_port,
                ports, required("MODE", "1, 3 or 7", one_of({1, 3, 7})),
                optional("--weights", "of queues 0 to 7, each 1 to 256 (default: as they are)",

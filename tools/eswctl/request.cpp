@@ -69,23 +69,20 @@ std::string name_of(const Request &request)
 
 std::string account_of(const Request &request)
 {
+    const std::string verb = request.writes() ? "write" : "read ";
+    const char *arrow = request.writes() ? "<-" : "->";
     if (request.is_register()) {
         const esw::RegisterRequest &wire = request.registers();
-        const bool write = request.writes();
-        return fmt::format("{} {:02x}:{:02x} w{} {} {:#x}  {}", write ? "write" : "read ", wire.page,
-                           wire.offset, wire.width, write ? "<-" : "->", wire.value,
-                           register_name({wire.page, wire.offset}));
+        return fmt::format("{} {:02x}:{:02x} w{} {} {:#x}  {}", verb, wire.page, wire.offset, wire.width,
+                           arrow, wire.value, register_name({wire.page, wire.offset}));
     }
     if (request.is_mii()) {
         const mii_ioctl_data &mii = request.mii();
-        const bool write = request.writes();
-        return fmt::format("{} phy {} reg {} {} {:#x}", write ? "write" : "read ", mii.phy_id, mii.reg_num,
-                           write ? "<-" : "->", write ? mii.val_in : mii.val_out);
+        return fmt::format("{} phy {} reg {} {} {:#x}", verb, mii.phy_id, mii.reg_num, arrow,
+                           request.writes() ? mii.val_in : mii.val_out);
     }
     const ethtool_eee &eee = request.eee();
-    const bool write = request.writes();
-    return fmt::format("{} eee port map {:#x} {} enabled {}", write ? "write" : "read ", eee.reserved[0],
-                       write ? "<-" : "->", eee.eee_enabled);
+    return fmt::format("{} eee port map {:#x} {} enabled {}", verb, eee.reserved[0], arrow, eee.eee_enabled);
 }
 
 } // namespace eswctl

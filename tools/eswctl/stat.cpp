@@ -7,6 +7,7 @@
 #include <esw.h>
 #include <fmt/format.h>
 
+#include "chip/registers.h"
 #include "eswctl/families.h"
 #include "eswctl/output.h"
 #include "eswctl/terminal.h"
@@ -34,15 +35,14 @@ std::vector<Source> sources(const Json &given)
     return list;
 }
 
-// The offsets that the raw counters read, in their order.
+// The offsets that the raw counters read, in their order: each port's page has the same.
 const std::vector<unsigned> &raw_offsets()
 {
     static const std::vector<unsigned> offsets = [] {
-        constexpr unsigned runs[][2] = {{0x00, 0x00}, {0x08, 0x50}, {0x58, 0x88}, {0x90, 0xB4}, {0xC0, 0xD4}};
         std::vector<unsigned> list;
-        for (const auto &[first, last] : runs) {
-            for (unsigned offset = first; offset <= last; offset += 4)
-                list.push_back(offset);
+        for (const chip::Register &row : chip::counters("", 0)) {
+            for (unsigned i = 0; i < row.count; ++i)
+                list.push_back(row.offset + i * row.stride);
         }
         return list;
     }();
