@@ -206,7 +206,10 @@ void change_switch(const fs::path &board, uint32_t device_id, bool reset, const 
 
 fs::path preload_library()
 {
-    const fs::path here = fs::read_symlink("/proc/self/exe").parent_path();
+    std::error_code failure;
+    const fs::path here = fs::read_symlink("/proc/self/exe", failure).parent_path();
+    if (failure)
+        throw Failure{"/proc is not mounted: it tells where esw-sim and its library are"};
     for (const char *libraries : {LIBDIR_FROM_BINDIR, "../lib"}) {
         const fs::path library = (here / libraries / "libesw-sim.so").lexically_normal();
         if (fs::exists(library))
