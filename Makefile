@@ -80,11 +80,11 @@ test-threads: test-packages
 	@cmake --build build/threads --target concurrency_tests
 	@build/threads/bin/concurrency_tests --gtest_filter='*Threads*' --gtest_brief=1
 
-# FUZZ_SECONDS for each target, from the inputs in fuzz/corpus on.
+# FUZZ_SECONDS for each target, from the inputs in fuzz/corpus on; or FUZZ_INPUTS, the same each time.
 fuzz: lint-packages
 	@$(call configure,clang,)
 	@cmake --build build/clang --target esw-sim esw-sim-preload fuzz_library fuzz_board fuzz_eswctl
-	@fuzz/run build/clang $(FUZZ_SECONDS)
+	@fuzz/run build/clang $(if $(FUZZ_INPUTS),$(FUZZ_INPUTS)x,$(FUZZ_SECONDS))
 
 evidence-packages: test-packages
 	@packaging/install-packages packaging/evidence-packages

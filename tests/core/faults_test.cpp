@@ -3,12 +3,12 @@
 // requests, with the lock free and no descriptor left open.
 #include "tests/support/board.h"
 #include "tests/support/file_calls.h"
+#include "tests/support/headers.h"
 
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <optional>
-#include <sstream>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -23,32 +23,15 @@ namespace {
 using namespace test;
 namespace fs = std::filesystem;
 
-// What a header says about a call, with what it says about the group that the call stands in.
+// What a header says about a call, and about those that it names.
 const std::string &documentation(const std::string &name)
 {
     static const std::map<std::string, std::string> all = [] {
         std::map<std::string, std::string> calls;
-        for (const char *header : {"cfp", "control", "core", "l2", "mirror", "port", "qos", "stat", "vlan"}) {
-            const std::string text = contents(fmt::format("{}/{}.h", HEADERS, header));
-            std::string group, comment;
-            for (size_t at = text.find("/* ----"); at != std::string::npos;) {
-                const size_t end = text.find("*/", at);
-                comment = text.substr(at, end - at);
-                if (comment.starts_with("/* ----"))
-                    group = comment;
-                at = text.find("/*", end);
-                const std::string code = text.substr(end, at - end);
-                for (size_t bracket = 0; (bracket = code.find('(', bracket + 1)) != std::string::npos;) {
-                    const size_t begin = code.find_last_of(" *", bracket) + 1;
-                    calls[code.substr(begin, bracket - begin)] = group + comment;
-                }
-            }
-        }
-        // What a call says about another counts for it, too.
-        const auto own = calls;
-        for (auto &[call, text] : calls) {
-            for (const auto &[other, words] : own)
-                text += text.find(other + "()") == std::string::npos ? "" : words;
+        for (const Documented &call : documented_calls()) {
+            calls[call.name] = call.text;
+            for (const Documented &other : documented_calls())
+                calls[call.name] += call.text.find(other.name + "()") == std::string::npos ? "" : other.text;
         }
         return calls;
     }();
