@@ -29,9 +29,13 @@ bool silent_now = false;
 const Progress *shown_progress = nullptr;
 volatile sig_atomic_t interrupted = 0;
 
-void note_interrupt(int signal) { interrupted = signal; }
+void note_interrupt(int signal)
+{
+    if (signal != SIGPIPE) // work goes on when nobody reads what it says
+        interrupted = signal;
+}
 
-constexpr int ending_signals[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr int ending_signals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
 
 } // namespace
 

@@ -39,7 +39,7 @@ public:
     Interruptible &operator=(const Interruptible &) = delete;
 
 private:
-    struct sigaction former_[3];
+    struct sigaction former_[4];
 };
 int take_interrupt(); // the signal that was noted since the last call, or 0
 
