@@ -49,7 +49,7 @@ struct Record {
     uint64_t seconds;  // to wait
     uint64_t time;     // the deadline, or when it was settled
     bool kept = false;
-    Json before = nullptr;
+    Json before = nullptr; // the configuration, or the record of what was settled before
 
     // A deadline further away than it can be is from before the system's start.
     [[nodiscard]] uint64_t left() const
@@ -147,26 +147,36 @@ void store(const char *name, const Record &record)
         throw Refused{fmt::format("cannot write {}: {}", path, strerror(reason))};
 }
 
-void settle_record(const Record &record, bool kept, const std::string &outcome)
+// What became of a change that waits no more; of the last one without a name.
+std::optional<Record> outcome_of(const std::string &id = "")
 {
     try {
-        store(settled_file, {record.id, outcome, record.seconds, now(), kept});
+        auto record = load(settled_file);
+        while (record && !id.empty() && record->id != id)
+            record = record->before.is_null() ? std::nullopt : std::optional(as_record(record->before));
+        return record;
+    } catch (...) { // another user's, or damaged
+        return std::nullopt;
+    }
+}
+
+// Behind some earlier ones: whoever made the change may look for it later than the next one comes.
+void settle_record(const Record &record, bool kept, const std::string &outcome)
+{
+    constexpr int earlier = 8;
+    const auto last = outcome_of();
+    Json before = last ? as_document(*last) : nullptr;
+    Json *at = &before;
+    for (int depth = 0; depth < earlier && !at->is_null(); ++depth)
+        at = &(*at)["before"];
+    *at = nullptr;
+    try {
+        store(settled_file, {record.id, outcome, record.seconds, now(), kept, before});
     } catch (const Refused &) { // others learn less then
     }
     const std::string path = beside_lock(pending_file);
     if (!discard(path) && errno != ENOENT)
         throw Refused{fmt::format("cannot remove {}: {}", path, strerror(errno))};
-}
-
-// What became of a change that waits no more; of the last one without a name.
-std::optional<Record> outcome_of(const std::string &id = "")
-{
-    try {
-        const auto last = load(settled_file);
-        return last && (id.empty() || last->id == id) ? last : std::nullopt;
-    } catch (const Refused &) { // another user's
-        return std::nullopt;
-    }
 }
 
 // ---- The way back
