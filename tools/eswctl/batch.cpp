@@ -155,15 +155,14 @@ Report batch(const Arguments &arguments)
 
 } // namespace
 
-Command batch_command()
+void add_batch_command(Family &family)
 {
-    return {"batch",
-            "Run the commands of a file, one a line, until one fails; all lines are checked first",
-            {{"FILE", "file with a command on each line, as behind eswctl; - for standard input", file_name(),
-              true},
-             {"--force", "go on after a command that failed", {}},
-             {"--yes", "do not ask before destructive commands", {}}},
-            batch};
+    family.add("batch",
+               "Run the commands of a file, one a line, until one fails; all lines are checked first", batch,
+               required("FILE", "file with a command on each line, as behind eswctl; - for standard input",
+                        file_name()),
+               flag("--force", "go on after a command that failed"),
+               flag("--yes", "do not ask before destructive commands"));
 }
 
 } // namespace eswctl

@@ -135,13 +135,12 @@ Report completion(const Arguments &arguments)
 
 } // namespace
 
-Command completion_command()
+void add_completion_command(Family &family)
 {
-    return {.words = "completion",
-            .summary = "Print a completion script for a shell",
-            .arguments = {{"SHELL", "bash, zsh or fish", choice({"bash", "zsh", "fish"}), true}},
-            .run = completion,
-            .offline = true};
+    family
+        .add("completion", "Print a completion script for a shell", completion,
+             required("SHELL", "bash, zsh or fish", choice({"bash", "zsh", "fish"})))
+        .offline = true;
 }
 
 } // namespace eswctl

@@ -324,50 +324,31 @@ std::string way_back_in_words(const std::string &left)
     return left.empty() ? "went back: the switch is what it was" : "could not go back in all; left:\n" + left;
 }
 
-std::vector<Command> configuration_commands()
+void add_configuration_commands(Family &family)
 {
-    const Argument file{"FILE", "file that save made; - for standard input", file_name(), true};
-    const Argument skip{"--skip-unsupported", "leave out what this switch does not have", {}};
-    const auto changing = [&](std::vector<Argument> arguments) {
-        arguments.push_back(skip);
-        arguments.push_back(
-            {"--keep", "when it fails, stay with what was reached instead of going back", {}});
-        arguments.push_back(
-            {"--confirm",
-             "seconds after which the switch is what it was, unless eswctl confirm or Enter comes",
-             number(1, 86400, "seconds")});
-        arguments.push_back({"--registers", "with --dry-run: show registers in place of settings", {}});
-        return arguments;
+    const Argument file = required("FILE", "file that save made; - for standard input", file_name());
+    const Argument skip = flag("--skip-unsupported", "leave out what this switch does not have");
+    const Argument changing[] = {
+        skip, flag("--keep", "when it fails, stay with what was reached instead of going back"),
+        optional("--confirm",
+                 "seconds after which the switch is what it was, unless eswctl confirm or Enter comes",
+                 number(1, 86400, "seconds")),
+        flag("--registers", "with --dry-run: show registers in place of settings")};
+    const auto asking = [&](Command &command) {
+        std::ranges::copy(changing, std::back_inserter(command.arguments));
+        command.asks = command.asks_itself = true;
     };
-    return {
-        {"save",
-         "Save the switch's configuration as one JSON document, or as command lines",
-         {{"FILE", "file to write; - for standard output", file_name(), true},
-          {"--commands", "as command lines, which batch takes: they first clear what is a table", {}},
-          {"--strict", "save nothing when something of it can't be saved", {}}},
-         save},
-        {.words = "restore",
-         .summary = "Make the switch what a saved configuration says, changing only what differs",
-         .arguments = changing({file}),
-         .run = restore,
-         .asks = true,
-         .asks_itself = true},
-        {.words = "edit",
-         .summary = "Change the configuration in $VISUAL or $EDITOR, as restore does",
-         .arguments = changing({}),
-         .run = edit,
-         .asks = true,
-         .asks_itself = true},
-        {"diff",
-         "Show what a restore of FILE would change; or what differs between FILE and OTHER",
-         {file, {"OTHER", "another file that save made", file_name()}, skip},
-         diff},
-        {.words = "schema",
-         .summary = "Print the JSON Schema of saved configurations",
-         .arguments = {},
-         .run = schema,
-         .offline = true},
-    };
+    family.add("save", "Save the switch's configuration as one JSON document, or as command lines", save,
+               required("FILE", "file to write; - for standard output", file_name()),
+               flag("--commands", "as command lines, which batch takes: they first clear what is a table"),
+               flag("--strict", "save nothing when something of it can't be saved"));
+    asking(family.add("restore",
+                      "Make the switch what a saved configuration says, changing only what differs", restore,
+                      file));
+    asking(family.add("edit", "Change the configuration in $VISUAL or $EDITOR, as restore does", edit));
+    family.add("diff", "Show what a restore of FILE would change; or what differs between FILE and OTHER",
+               diff, file, optional("OTHER", "another file that save made", file_name()), skip);
+    family.add("schema", "Print the JSON Schema of saved configurations", schema).offline = true;
 }
 
 } // namespace eswctl

@@ -38,8 +38,6 @@ Family cfp_family();
 // The rest of a family whose commands fill more than one file.
 void add_vlan_settings(Family &family);
 void add_udf_commands(Family &family);
-std::vector<Command> configuration_commands();
-std::vector<Command> pending_commands();
 
 Report overview(const Arguments &arguments);
 Json link_of(uint32_t port); // as link show has it
@@ -52,9 +50,11 @@ std::vector<uint32_t> existing_vids();
 void empty_vlans(int32_t (*call)(), const std::string &what);
 
 // Commands of a single word that have a file of their own.
-Command batch_command();
-Command completion_command();
-Command manual_command();
+void add_configuration_commands(Family &family);
+void add_pending_commands(Family &family);
+void add_batch_command(Family &family);
+void add_completion_command(Family &family);
+void add_manual_command(Family &family);
 
 const char *embedded(const std::string &file); // a file of docs/ that is part of the program
 

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Commands of a single word.
-#include <algorithm>
 
 #include <esw.h>
 #include <fmt/format.h>
@@ -48,21 +47,14 @@ Report reset(const Arguments &arguments)
 
 Family general_family()
 {
-    Family family{"",
-                  "",
-                  {
-                      {"show", "Show the whole switch on one screen", {}, overview},
-                      {"info", "Show which switch this is and how it is reached", {}, info},
-                      {"reset",
-                       "Reset the switch: every setting is lost, but not which VLANs exist",
-                       {{"--vlans", "empty the list of VLANs, too", {}}},
-                       reset,
-                       true},
-                  }};
-    for (const auto commands : {configuration_commands, pending_commands})
-        std::ranges::move(commands(), std::back_inserter(family.commands));
-    for (const auto command : {batch_command, completion_command, manual_command})
-        family.commands.push_back(command());
+    Family family{"", ""};
+    family.add("show", "Show the whole switch on one screen", overview);
+    family.add("info", "Show which switch this is and how it is reached", info);
+    family.add_asking("reset", "Reset the switch: every setting is lost, but not which VLANs exist", reset,
+                      flag("--vlans", "empty the list of VLANs, too"));
+    for (const auto add : {add_configuration_commands, add_pending_commands, add_batch_command,
+                           add_completion_command, add_manual_command})
+        add(family);
     return family;
 }
 

@@ -99,13 +99,9 @@ Report manual(const Arguments &)
 
 } // namespace
 
-Command manual_command()
+void add_manual_command(Family &family)
 {
-    return {.words = "manual",
-            .summary = "Print the manual page eswctl(1) for man -l -",
-            .arguments = {},
-            .run = manual,
-            .offline = true};
+    family.add("manual", "Print the manual page eswctl(1) for man -l -", manual).offline = true;
 }
 
 } // namespace eswctl

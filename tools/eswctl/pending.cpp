@@ -353,15 +353,11 @@ void go_back_when_overdue()
     }
 }
 
-std::vector<Command> pending_commands()
+void add_pending_commands(Family &family)
 {
-    return {
-        {"confirm", "Make a change last that waits for its confirmation", {}, keep_change},
-        {"rollback",
-         "Go back from a change that waits for its confirmation",
-         {{"--when-due", "wait until then; restore --confirm starts this beside itself", {}}},
-         roll_back},
-    };
+    family.add("confirm", "Make a change last that waits for its confirmation", keep_change);
+    family.add("rollback", "Go back from a change that waits for its confirmation", roll_back,
+               flag("--when-due", "wait until then; restore --confirm starts this beside itself"));
 }
 
 } // namespace eswctl
