@@ -2,6 +2,7 @@
 #include "eswctl/output.h"
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -27,6 +28,8 @@ namespace {
 bool as_json_documents = false;
 bool silent_now = false;
 const Progress *shown_progress = nullptr;
+bool progress_is_visible = false;
+std::chrono::steady_clock::time_point next_progress;
 volatile sig_atomic_t interrupted = 0;
 
 void note_interrupt(int signal)
@@ -139,10 +142,17 @@ Interruptible::~Interruptible()
     take_interrupt();
 }
 
+// What is done soon needs no line, and no terminal is flooded.
+constexpr std::chrono::milliseconds first_progress{200};
+constexpr std::chrono::milliseconds further_progress{50};
+
 Progress::Progress(std::string what, size_t total)
     : what_(std::move(what)), total_(total), columns_(error_terminal().value_or(TerminalSize{}).columns),
       outer_(std::exchange(shown_progress, this))
-{}
+{
+    if (!outer_)
+        next_progress = std::chrono::steady_clock::now() + first_progress;
+}
 
 Progress::~Progress()
 {
@@ -152,15 +162,18 @@ Progress::~Progress()
 
 void Progress::hide() const
 {
-    if (columns_ != 0)
+    if (std::exchange(progress_is_visible, false))
         tell("\r\033[K");
 }
 
 // On one line: a line that wraps could not be taken back.
 void Progress::advance_to(size_t done)
 {
-    if (columns_ == 0)
+    const auto now = std::chrono::steady_clock::now();
+    if (columns_ == 0 || now < next_progress)
         return;
+    next_progress = now + further_progress;
+    progress_is_visible = true;
     std::string line = fmt::format("{}: {}", what_, done);
     if (total_ != 0)
         line += fmt::format(" of {} [{:<30}]", total_, std::string(done * 30 / total_, '='));
