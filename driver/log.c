@@ -13,7 +13,7 @@
 
 #include "esw.h"
 
-#define LOG_SIZE	65536U /* requests */
+#define LOG_SIZE	131072U /* requests */
 
 static struct esw_log_entry *entry_at(struct esw_switch *sw, u64 number)
 {
