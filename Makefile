@@ -65,8 +65,14 @@ test-arm64: arm64
 
 # Boots a kernel with the reference driver, and runs library and eswctl on it. ARCH=arm64, or x86_64.
 # Downloads stay in build/kernel.
-test-kernel: with-tests $(if $(filter arm64,$(ARCH)),arm64)
+kernel_programs := eswctl esw-sim esw-sim-preload
+test-kernel: test-packages
 	@packaging/install-packages packaging/kernel-packages
+	@$(call configure,release,-DCMAKE_INSTALL_PREFIX=$(PREFIX) -DESW_TESTS=ON)
+	@cmake --build $(BUILD) --target $(kernel_programs) $(if $(filter arm64,$(ARCH)),,esw_tests)
+	@[ $(ARCH) != arm64 ] || packaging/install-packages packaging/arm64-packages
+	@[ $(ARCH) != arm64 ] || $(call configure,aarch64,)
+	@[ $(ARCH) != arm64 ] || cmake --build $(CROSS) --target $(kernel_programs) esw_tests
 	@tests/kernel/run $(ARCH) $(if $(filter arm64,$(ARCH)),$(CROSS),$(BUILD)) $(BUILD) $(KERNEL)
 
 # checkpatch.pl, W=1 and sparse over the reference driver.
