@@ -6,17 +6,12 @@
 
 #include "eswctl/dry_run.h"
 #include "eswctl/families.h"
-#include "eswctl/settings.h"
 #include "eswctl/terminal.h"
 
 namespace eswctl {
 namespace {
 
 constexpr int32_t automatic = -1;
-
-constexpr Setting ports_setting =
-    setting("cfp.ports", "ports with the field processor", once, "cfp enable {in}\ncfp disable {out}",
-            accepted::ports, by_ports<eth_cfp_enable_get, eth_cfp_enable_set>);
 
 const Meanings rule_file = {
     {ETH_E_FAIL, "/dev/shm/cfp_rule.cfg cannot be read or written", "/dev/shm/cfp_rule.cfg"}};
@@ -193,8 +188,6 @@ Report enable(const Arguments &arguments)
 }
 
 } // namespace
-
-Settings cfp_settings() { return {&ports_setting, 1}; }
 
 Family cfp_family()
 {

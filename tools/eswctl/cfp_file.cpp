@@ -7,8 +7,8 @@
 
 #include "eswctl/cfp.h"
 #include "eswctl/json_file.h"
-#include "eswctl/notation.h"
 #include "eswctl/output.h"
+#include "eswctl/settings.h"
 
 namespace eswctl {
 namespace {
@@ -17,6 +17,10 @@ constexpr uint32_t slots = 64;
 constexpr size_t udf_count = 10;
 
 const char *this_class() { return is_class_a() ? "A" : "B"; }
+
+constexpr Setting ports_setting =
+    setting("cfp.ports", "ports with the field processor", once, "cfp enable {in}\ncfp disable {out}",
+            accepted::ports, by_ports<eth_cfp_enable_get, eth_cfp_enable_set>);
 
 std::string count_rules(size_t count) { return fmt::format("{} rule{}", count, count == 1 ? "" : "s"); }
 
@@ -34,7 +38,7 @@ void within(const std::string &part, const std::function<void()> &call)
 struct Contents {
     std::vector<eth_cfp_rule_t> rules; // of all slots; a fresh one where the slot is free
     eth_cfp_udf_t udf;
-    uint32_t ports;
+    Json ports;
 };
 
 Contents read_contents()
@@ -47,11 +51,7 @@ Contents read_contents()
         progress.advance_to(slot + 1);
     }
     check(eth_cfp_udf_get(&contents.udf), "read the UDF selectors");
-    for (const uint32_t port : all_ports) {
-        uint32_t enabled = 0;
-        check(eth_cfp_enable_get(port, &enabled), "read the ports' state");
-        contents.ports |= enabled << port;
-    }
+    contents.ports = ports_setting.read(0);
     return contents;
 }
 
@@ -118,7 +118,7 @@ Contents contents_of(const Json &document, const Contents &present)
                 throw Refused{
                     fmt::format("port {} is not accepted; use {}", excerpt_of(port), any_port().accepted)};
         }
-        contents.ports = to_port_set(ports);
+        contents.ports = from_port_set(to_port_set(ports));
     }
     return contents;
 }
@@ -137,14 +137,13 @@ void write_contents(const Contents &contents, const std::vector<uint32_t> &chang
     });
     if (!same(contents.udf, present.udf))
         check(eth_cfp_udf_set(contents.udf), "write the UDF selectors");
-    for (const uint32_t port : all_ports) {
-        if (((contents.ports ^ present.ports) >> port & 1) != 0)
-            check(eth_cfp_enable_set(port, (contents.ports >> port & 1) != 0),
-                  "switch the port's field processor");
-    }
+    if (contents.ports != present.ports)
+        check(ports_setting.write(0, contents.ports), "switch the ports' field processor");
 }
 
 } // namespace
+
+Settings cfp_settings() { return {&ports_setting, 1}; }
 
 Json rule_document(Json rules) { return {{"class", this_class()}, {"rules", std::move(rules)}}; }
 
@@ -164,7 +163,7 @@ Json field_processor()
             rules.push_back(rule_row(slot, contents.rules[slot]));
     }
     return {{"class", this_class()},
-            {"ports", from_port_set(contents.ports)},
+            {"ports", contents.ports},
             {"udfs", udfs_to_json(contents.udf)},
             {"rules", std::move(rules)}};
 }

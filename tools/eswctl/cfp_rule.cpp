@@ -7,7 +7,6 @@
 #include <fmt/format.h>
 
 #include "eswctl/cfp.h"
-#include "eswctl/notation.h"
 #include "eswctl/settings.h"
 
 namespace eswctl {

@@ -7,7 +7,6 @@
 
 #include "eswctl/cfp.h"
 #include "eswctl/families.h"
-#include "eswctl/notation.h"
 #include "eswctl/settings.h"
 
 namespace eswctl {

@@ -71,13 +71,15 @@ void describe(const Family &family, const Command *only, CLI::App &app, Invocati
     }
 }
 
+const std::string version = "eswctl " ESW_VERSION;
+
 // A command line as CLI11 knows it, with one command, with a family of them, or with all.
 struct Tree {
     Tree(const std::vector<const Family *> &families, const Command *only)
     {
         for (const Argument &option : global_options())
             add_argument(app, option);
-        app.set_version_flag("--version", "eswctl " ESW_VERSION);
+        app.set_version_flag("--version", version);
         for (const Family *family : families)
             describe(*family, only, app, invocations);
     }
@@ -367,6 +369,8 @@ std::vector<Argument> global_options()
 
 Parsed parse(const std::vector<std::string> &given)
 {
+    if (given == std::vector<std::string>{"--version"}) // needs no description of the commands
+        throw Answer{version + '\n'};
     std::vector<std::string> words = given;
     if (const size_t first = first_command_word(words); first < words.size() && words[first] == "help") {
         words.erase(words.begin() + static_cast<ptrdiff_t>(first));
@@ -378,8 +382,8 @@ Parsed parse(const std::vector<std::string> &given)
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::CallForHelp &) {
         throw Answer{help(app)};
-    } catch (const CLI::CallForVersion &version) {
-        throw Answer{std::string(version.what()) + '\n'};
+    } catch (const CLI::CallForVersion &) {
+        throw Answer{version + '\n'};
     } catch (const CLI::ParseError &error) {
         throw explain(error, app, invocations);
     }

@@ -11,7 +11,6 @@
 #include <fmt/format.h>
 
 #include "eswctl/document.h"
-#include "eswctl/notation.h"
 #include "eswctl/ports.h"
 
 namespace eswctl {

@@ -13,7 +13,6 @@
 #include "chip/devices.h"
 #include "eswctl/families.h"
 #include "eswctl/json_file.h"
-#include "eswctl/notation.h"
 #include "eswctl/output.h"
 
 namespace eswctl {

@@ -8,7 +8,6 @@
 #include <fmt/format.h>
 
 #include "eswctl/families.h"
-#include "eswctl/notation.h"
 
 namespace eswctl {
 namespace {

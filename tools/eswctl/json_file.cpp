@@ -8,7 +8,7 @@
 #include <fmt/format.h>
 
 #include "eswctl/errors.h"
-#include "eswctl/notation.h"
+#include "eswctl/kinds.h"
 #include "eswctl/output.h"
 
 namespace eswctl {

@@ -5,7 +5,6 @@
 #include <fmt/format.h>
 
 #include "eswctl/families.h"
-#include "eswctl/notation.h"
 
 namespace eswctl {
 namespace {

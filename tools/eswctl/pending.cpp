@@ -21,7 +21,6 @@
 #include "eswctl/dry_run.h"
 #include "eswctl/families.h"
 #include "eswctl/json_file.h"
-#include "eswctl/notation.h"
 #include "eswctl/output.h"
 #include "eswctl/terminal.h"
 #include "eswctl/turn.h"

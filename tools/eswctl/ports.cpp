@@ -10,7 +10,6 @@
 #include "eswctl/driver.h"
 #include "eswctl/errors.h"
 #include "eswctl/form.h"
-#include "eswctl/notation.h"
 
 namespace eswctl {
 namespace {
