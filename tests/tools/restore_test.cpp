@@ -130,6 +130,7 @@ TEST_F(Restore, MistakesLeadBackIntoTheEditor)
     EXPECT_THAT(got.out, HasSubstr("ports.port0.stp_state: \"floating\" is not accepted"));
     EXPECT_THAT(got.out, HasSubstr("port 0: STP state forwarding -> learning\r\n"));
     EXPECT_EQ(state(), "learning\n");
+    EXPECT_EQ(shell("EDITOR=false $e edit --yes").error, "eswctl: the editor false failed\n");
 }
 
 } // namespace

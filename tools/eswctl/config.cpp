@@ -178,10 +178,10 @@ Report make_so(const Json &document, const Arguments &arguments, const std::stri
     if (!agreed(document, arguments).empty()) {
         const Json before = read_switch().document;
         check_requests();
+        const Interruptible interruptible;
         std::optional<Pending> pending;
         if (!seconds.is_null() && !withholds_writes())
             pending.emplace(before, seconds, what);
-        const Interruptible interruptible;
         std::string reason;
         try {
             apply(document);
@@ -246,7 +246,8 @@ void run_editor(const std::string &path)
 Report edit(const Arguments &arguments)
 {
     refuse_while_pending();
-    const std::string path = make_draft(read_switch().document.dump(2) + '\n');
+    const std::string original = read_switch().document.dump(2) + '\n';
+    const std::string path = make_draft(original);
     for (;;) {
         try {
             run_editor(path);
@@ -257,6 +258,10 @@ Report edit(const Arguments &arguments)
             return report;
         } catch (const Refused &refused) {
             forget_failures();
+            if (read_file(path) == original) {
+                unlink(path.c_str());
+                throw;
+            }
             const std::string reason = fmt::format("{}\nthe text is still in {}", refused.message, path);
             if (arguments["--yes"] || !can_ask())
                 throw Refused{reason};

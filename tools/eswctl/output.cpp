@@ -34,8 +34,8 @@ volatile sig_atomic_t interrupted = 0;
 
 void note_interrupt(int signal)
 {
-    if (signal != SIGPIPE) // work goes on when nobody reads what it says
-        interrupted = signal;
+    if (signal == SIGINT || signal == SIGTERM)
+        interrupted = 1;
 }
 
 constexpr int ending_signals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
@@ -120,11 +120,11 @@ bool wait_for_next(double seconds)
 
 bool was_interrupted() { return interrupted != 0; }
 
-int take_interrupt()
+bool take_interrupt()
 {
-    const int signal = interrupted;
+    const bool was = was_interrupted();
     interrupted = 0;
-    return signal;
+    return was;
 }
 
 Interruptible::Interruptible()

@@ -30,7 +30,8 @@ void silence(bool silent);
 bool wait_for_next(double seconds);
 bool was_interrupted();
 
-// To the end of its scope, signals that would end the program are noted only.
+// To the end of its scope, Ctrl-C and its like are noted, and end nothing. Nor does a terminal or a reader that
+// goes away: what is begun is worth more than what it says.
 class Interruptible {
 public:
     Interruptible();
@@ -41,7 +42,7 @@ public:
 private:
     struct sigaction former_[4];
 };
-int take_interrupt(); // the signal that was noted since the last call, or 0
+bool take_interrupt(); // whether one was noted since the last call
 
 // Shows the states of a watch in one place of a terminal, cut to its size; elsewhere one after another.
 class LiveView {

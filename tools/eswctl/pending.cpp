@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <ctime>
 #include <optional>
@@ -238,7 +237,7 @@ Event next_event(Record &record, bool attended)
         const uint64_t left = record.left();
         if (left == 0)
             return Event::overdue;
-        if (const int signal = attended ? take_interrupt() : 0; signal == SIGINT || signal == SIGTERM)
+        if (attended && take_interrupt())
             return Event::given_up;
         if (pressed_enter(static_cast<int>(std::min<uint64_t>(left, look_again))) && attended)
             return Event::confirmed;
