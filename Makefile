@@ -38,11 +38,17 @@ lint-packages: test-packages
 demo: all
 	@docs/demo $(BUILD)/bin
 
-test: with-tests
+test: test-machine with-tests
 	@ctest --test-dir $(BUILD) --output-on-failure --parallel $(JOBS) --no-tests=error
 
+# What some tests can't do without.
+test-machine:
+	@[ -w /dev/shm ] || { echo "The tests need /dev/shm: mount -t tmpfs tmpfs /dev/shm" >&2; exit 1; }
+	@script -qec true /dev/null < /dev/null > /dev/null 2>&1 || \
+		{ echo "The tests need terminals: mount -t devpts devpts /dev/pts" >&2; exit 1; }
+
 # The same tests under the address and undefined-behaviour sanitizers.
-test-sanitized: test-packages
+test-sanitized: test-machine test-packages
 	@$(call configure,sanitize,)
 	@cmake --build $(SANITIZED)
 	@ctest --test-dir $(SANITIZED) --output-on-failure --parallel $(JOBS) --no-tests=error
@@ -164,6 +170,6 @@ doc: all
 clean:
 	@rm -rf build
 
-.PHONY: all with-tests packages test-packages lint-packages evidence-packages instrumented demo test test-sanitized test-sanitized-library \
+.PHONY: all with-tests packages test-packages lint-packages evidence-packages instrumented demo test test-machine test-sanitized test-sanitized-library \
 	test-threads fuzz abi abi-record coverage bench arm64 test-arm64 test-kernel lint-driver deb test-deb test-musl dist \
 	install lint doc clean
