@@ -44,6 +44,7 @@ test: test-machine with-tests
 # What some tests can't do without.
 test-machine:
 	@[ -w /dev/shm ] || { echo "The tests need /dev/shm: mount -t tmpfs tmpfs /dev/shm" >&2; exit 1; }
+	@[ -d /sys/class/net ] || { echo "The tests need /sys: mount -t sysfs sysfs /sys" >&2; exit 1; }
 	@script -qec true /dev/null < /dev/null > /dev/null 2>&1 || \
 		{ echo "The tests need terminals: mount -t devpts devpts /dev/pts" >&2; exit 1; }
 
