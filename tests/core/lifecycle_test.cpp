@@ -44,28 +44,58 @@ TEST_F(Lifecycle, AtLoadNothingIsOpenAndEveryRequestFails)
     EXPECT_THAT(log(), IsEmpty());
 }
 
-TEST_F(Lifecycle, InitialisesOnTheDeviceRoute)
+// A second call finds the library initialised, unless the first has closed everything; an exit makes it ready for
+// another start.
+TEST_F(Lifecycle, StartsOnceAndEndsWhole)
 {
-    EXPECT_EQ(esw_init("eth0"), 0);
-    EXPECT_EQ(gESWID, class_b);
-    EXPECT_EQ(descriptors(), std::pair(1, 1));
-    const Lines lines = log();
-    ASSERT_EQ(lines.size(), 2u);
-    EXPECT_EQ(lines[0], "read 02:30 w64 -> 0x2404");
-    EXPECT_EQ(lines[1], fmt::format("syslog 6: \nPID {} ThreadID {} pthread_mutex_init()\n", getpid(),
-                                    static_cast<int>(pthread_self())));
-
-    const size_t descriptors_before = open_descriptors();
-    EXPECT_EQ(printed([] { EXPECT_EQ(esw_init("lan"), 0); }).out, "ESW: Already initialized!\n");
-    EXPECT_EQ(open_descriptors(), descriptors_before);
-    EXPECT_THAT(log(), IsEmpty());
-
-    EXPECT_EQ(esw_exit(), -1);
-    EXPECT_THAT(log(), ElementsAre(HasSubstr("pthread_mutex_destroy()\n")));
-    EXPECT_EQ(descriptors(), std::pair(-1, -1));
-    EXPECT_EQ(open_descriptors(), descriptors_before - 2);
-    EXPECT_EQ(gESWID, class_b);
-    EXPECT_EQ(esw_init("eth0"), 0);
+    const auto logged = [](const char *what) {
+        return fmt::format("syslog 6: \nPID {} ThreadID {} pthread_mutex_{}()\n", getpid(),
+                           static_cast<int>(pthread_self()), what);
+    };
+    const std::string made = logged("init"), failed = "syslog 3: \n mutex init failed\n";
+    const struct {
+        uint32_t device;
+        bool sim::Options::*option; // that is not as usual
+        std::string outcome;        // result, socket, device, and what is printed
+        Lines log;
+    } starts[] = {
+        {class_b, nullptr, "0 1 1 ", {"read 02:30 w64 -> 0x2404", made}},
+        {class_b, &sim::Options::device_route, "0 1 0 ", {"interface read 02:30 w64 -> 0x2404", made}},
+        {class_b, &sim::Options::no_socket, "-1 0 1 ESW: open socket error!\n: Too many open files\n", {}},
+        {class_a, &sim::Options::no_lock, "-1 1 1 ", {"read 02:30 w64 -> 0x11140", failed}},
+        {class_b,
+         &sim::Options::all_requests_fail,
+         "-1 -1 -1 Switch(0xffffffff) NOT supported!\nESW: read error !\n: Input/output error\n",
+         {"read 02:30 w64 failed"}},
+    };
+    const size_t before = open_descriptors();
+    const auto start_again = [&] {
+        int32_t result = 5;
+        log();
+        const Texts texts = printed([&] { result = esw_init("eth0"); });
+        const auto [socket, device] = descriptors();
+        return fmt::format("{} {} {} {}{}", result, socket, device, texts.out, texts.error);
+    };
+    for (const auto &c : starts) {
+        SCOPED_TRACE(c.outcome);
+        power_on(c.device);
+        if (c.option)
+            options().*c.option = !(options().*c.option);
+        EXPECT_EQ(start_again(), c.outcome);
+        EXPECT_EQ(log(), c.log);
+        const size_t opened = open_descriptors();
+        if (opened != before) {
+            EXPECT_EQ(start_again(),
+                      "0" + c.outcome.substr(c.outcome.find(' '), 5) + "ESW: Already initialized!\n");
+            EXPECT_EQ(std::pair(open_descriptors(), log()), std::pair(opened, Lines()));
+        }
+        EXPECT_EQ(esw_exit(), -1);
+        EXPECT_EQ(log(), Lines{logged("destroy")});
+        EXPECT_EQ(std::pair(descriptors(), open_descriptors()), std::pair(std::pair(-1, -1), before));
+        options() = {};
+        options().unprivileged = true;
+    }
+    EXPECT_EQ(gESWID, all_ones);
 }
 
 TEST_F(Lifecycle, ClassASelectsItsLayerAndClassBDoesNot)
@@ -76,19 +106,10 @@ TEST_F(Lifecycle, ClassASelectsItsLayerAndClassBDoesNot)
     EXPECT_EQ(reg(0x30, 0x00), 0x83u);
 }
 
-TEST_F(Lifecycle, WithoutTheDeviceTheInterfaceRouteServes)
+TEST_F(Lifecycle, TheRouteIsDecidedAnewForEachRequest)
 {
     options().device_route = false;
-    EXPECT_EQ(esw_init("eth0"), 0);
-    EXPECT_EQ(descriptors(), std::pair(1, 0));
-    EXPECT_EQ(log()[0], "interface read 02:30 w64 -> 0x2404");
-    const size_t descriptors_before = open_descriptors();
-    EXPECT_EQ(printed([] { EXPECT_EQ(esw_init("lan"), 0); }).out, "ESW: Already initialized!\n");
-    EXPECT_EQ(open_descriptors(), descriptors_before);
-    EXPECT_EQ(descriptors(), std::pair(1, 0));
-    EXPECT_THAT(log(), IsEmpty());
-
-    // The route is decided anew for each request.
+    start();
     options().device_route = true;
     gFd = open("/dev/esw-ctl", O_RDWR);
     EXPECT_EQ(outcome(CALL(esw_reg_read32(0x02, 0x30, 32))), "9220: 02:30 r32=2404");
@@ -138,49 +159,6 @@ TEST_F(Lifecycle, TheHardwareExitDestroysTheLockAndClosesNothing)
     EXPECT_EQ(ethHw_exit(), 0);
     EXPECT_THAT(log(), ElementsAre(HasSubstr("pthread_mutex_destroy()\n")));
     EXPECT_EQ(descriptors(), std::pair(1, 1));
-}
-
-TEST_F(Lifecycle, SocketFailureKeepsTheDeviceOpenUntilExit)
-{
-    options().no_socket = true;
-    const Texts texts = printed([] { EXPECT_EQ(esw_init("eth0"), ETH_E_FAIL); });
-    EXPECT_EQ(texts.error, "ESW: open socket error!\n: Too many open files\n");
-    EXPECT_EQ(descriptors(), std::pair(0, 1));
-    EXPECT_THAT(log(), IsEmpty());
-    EXPECT_EQ(printed([] { EXPECT_EQ(esw_init("eth0"), 0); }).out, "ESW: Already initialized!\n");
-    esw_exit();
-    EXPECT_EQ(descriptors(), std::pair(-1, -1));
-    options().no_socket = false;
-    EXPECT_EQ(esw_init("eth0"), 0);
-}
-
-TEST_F(Lifecycle, LockFailureBuildsNothing)
-{
-    power_on(class_a);
-    options().no_lock = true;
-    EXPECT_EQ(esw_init("eth0"), ETH_E_FAIL);
-    EXPECT_THAT(log(), ElementsAre("read 02:30 w64 -> 0x11140", "syslog 3: \n mutex init failed\n"));
-    EXPECT_EQ(descriptors(), std::pair(1, 1));
-    EXPECT_EQ(printed([] { EXPECT_EQ(esw_init("eth0"), 0); }).out, "ESW: Already initialized!\n");
-    options().no_lock = false;
-    esw_exit();
-    EXPECT_EQ(esw_init("eth0"), 0);
-}
-
-TEST_F(Lifecycle, AFailedIdReadRejectsTheDevice)
-{
-    options().all_requests_fail = true;
-    const Texts texts = printed([] { EXPECT_EQ(esw_init("eth0"), ETH_E_FAIL); });
-    EXPECT_EQ(texts.out, "Switch(0xffffffff) NOT supported!\n");
-    EXPECT_EQ(texts.error, "ESW: read error !\n: Input/output error\n");
-    EXPECT_EQ(descriptors(), std::pair(-1, -1));
-}
-
-TEST_F(Lifecycle, ExitWithoutInitLogsAndClosesNothing)
-{
-    EXPECT_EQ(esw_exit(), -1);
-    EXPECT_THAT(log(), ElementsAre(HasSubstr("pthread_mutex_destroy()")));
-    EXPECT_EQ(descriptors(), std::pair(-1, -1));
 }
 
 TEST_F(Lifecycle, AcceptsTheListedDeviceIdsAndNoneBeside)
