@@ -121,15 +121,24 @@ TEST_F(Doors, TheControlDeviceIsADevice)
     struct stat status = {};
     struct statx extended = {};
     EXPECT_EQ(stat(esw::control_device, &status), 0);
-    EXPECT_TRUE(S_ISCHR(status.st_mode)) << status.st_mode;
+    EXPECT_TRUE(S_ISCHR(status.st_mode) && status.st_rdev == makedev(10, 120)) << status.st_mode;
     EXPECT_EQ(statx(AT_FDCWD, "/dev//esw-ctl", 0, STATX_BASIC_STATS, &extended), 0);
     EXPECT_TRUE(S_ISCHR(extended.stx_mode) && extended.stx_size == 0);
+    EXPECT_EQ(std::pair(extended.stx_rdev_major, extended.stx_rdev_minor), std::pair(10u, 120u));
+    for (const char *mode : {"r", "w", "r+e"}) {
+        FILE *stream = fopen(esw::control_device, mode);
+        EXPECT_EQ(fcntl(fileno(stream), F_GETFD), strlen(mode) == 3 ? FD_CLOEXEC : 0) << mode;
+        esw::RegisterRequest request = id_request();
+        EXPECT_EQ(error_of(fileno(stream), esw::request_read, &request), 0) << mode;
+        fclose(stream);
+    }
     char byte = 0;
     EXPECT_TRUE(read(gFd, &byte, 1) == -1 && errno == EINVAL);
     EXPECT_TRUE(write(gFd, &byte, 1) == -1 && errno == EINVAL);
     EXPECT_TRUE(mmap(nullptr, 1, PROT_READ, MAP_SHARED, gFd, 0) == MAP_FAILED && errno == ENODEV);
     EXPECT_TRUE(open(esw::control_device, O_RDWR | O_CREAT | O_EXCL, 0600) == -1 && errno == EEXIST);
     EXPECT_TRUE(open(esw::control_device, O_RDONLY | O_DIRECTORY) == -1 && errno == ENOTDIR);
+    EXPECT_EQ(close(open(esw::control_device, O_RDWR | O_CREAT, 0600)), 0);
     const int other = open(esw::control_device, O_RDWR | O_CLOEXEC | O_NONBLOCK);
     EXPECT_EQ(fcntl(other, F_GETFD), FD_CLOEXEC);
     EXPECT_EQ(fcntl(other, F_GETFL) & O_NONBLOCK, O_NONBLOCK);
@@ -255,14 +264,17 @@ TEST_F(Doors, ADyingProcessLeavesTheSwitchUsable)
 
 TEST_F(Doors, BusyBitsClearAfterTheirLatencyOrStick)
 {
-    options().behaviour.latency = 2;
-    esw_reg_write(0x05, 0x80, 8, 0x81);
-    EXPECT_EQ(esw_reg_read32(0x05, 0x80, 8), 0x81u);
-    EXPECT_EQ(esw_reg_read32(0x05, 0x80, 8), 0x81u);
-    EXPECT_EQ(esw_reg_read32(0x05, 0x80, 8), 0x01u);
-    ASSERT_TRUE(sim::parse_faults("stuck=vlan-table-command nth=9", options()));
-    for (int i = 0; i < 5; ++i)
-        EXPECT_EQ(esw_reg_read32(0x05, 0x80, 8) & 0x80, 0x80u);
+    for (const bool traced : {true, false}) {
+        if (!traced)
+            sim::session()->driver().trace_to(nullptr, nullptr);
+        options().behaviour = {.latency = 2};
+        esw_reg_write(0x05, 0x80, 8, 0x81);
+        for (const uint32_t expected : {0x81u, 0x81u, 0x01u, 0x01u})
+            EXPECT_EQ(esw_reg_read32(0x05, 0x80, 8), expected);
+        ASSERT_TRUE(sim::parse_faults("stuck=vlan-table-command", options()));
+        for (int i = 0; i < 5; ++i)
+            EXPECT_EQ(esw_reg_read32(0x05, 0x80, 8) & 0x80, 0x80u);
+    }
 }
 
 TEST_F(Doors, RegistersKeepTheirOwnWidth)
@@ -406,9 +418,23 @@ TEST_F(Doors, ABoardThatFindsNoRoomIsNotMade)
     signal(SIGXFSZ, on_limit);
     EXPECT_FALSE(std::filesystem::exists(place + "/switch"));
     EXPECT_TRUE(sim::create_board(place.c_str(), class_b));
+    const std::string file = place + "/switch";
     struct stat status = {};
-    EXPECT_EQ(stat((place + "/switch").c_str(), &status), 0);
+    EXPECT_EQ(stat(file.c_str(), &status), 0);
     EXPECT_GE(status.st_blocks * 512, status.st_size);
+
+    // It stays what it is, unless it looks in another way.
+    const auto mark = [&](off_t at) {
+        const int descriptor = open(file.c_str(), O_WRONLY);
+        EXPECT_EQ(pwrite(descriptor, "mark", 4, at), 4);
+        close(descriptor);
+        const bool usable = sim::attach_board(place.c_str()) != nullptr;
+        EXPECT_TRUE(sim::create_board(place.c_str(), class_b));
+        return std::pair(usable, contents(file).substr(static_cast<size_t>(at), 4) == "mark");
+    };
+    EXPECT_EQ(mark(offsetof(sim::SharedSwitch, end)), std::pair(true, true));
+    EXPECT_EQ(mark(0), std::pair(false, false));
+    EXPECT_EQ(mark(status.st_size), std::pair(false, false));
 }
 
 TEST_F(Doors, StationsAreLearnedWhereTheirPortIsOn)

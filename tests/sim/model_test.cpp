@@ -56,9 +56,9 @@ TEST(SimulatorOptions, AreTakenWhole)
     };
     for (const auto &c : cases)
         EXPECT_EQ(parsed(c.text, c.parse), c.options) << c.text;
-    for (const char *text :
-         {"nth=0", "from=0", "nth=", "nth=1x", "stuck=", "stuck=5", "stuck=5;80", "stuck=5:80x",
-          "stuck=105:80", "stuck=5:180", "stuck=2:30", "stuck=7:0", "al", "alll", "lock,socket"})
+    for (const char *text : {"nth=0", "from=0", "nth=", "nth=1x", "stuck=", "stuck=5", "stuck=5;80",
+                             "stuck=5:80x", "stuck=105:80", "stuck=5:180", "stuck=5:100", "stuck=2:30",
+                             "stuck=7:0", "al", "alll", "lock,socket"})
         EXPECT_EQ(parsed(text, sim::parse_faults), "refused") << text;
     EXPECT_EQ(parsed(std::string(64, 'a'), sim::parse_faults), "refused") << "longer than any";
 }
@@ -99,7 +99,7 @@ protected:
         return text;
     }
 
-    // So many frames, at one a second.
+    // So many frames since the rate was set, at one a second; counted with the next request that shows them.
     void pass(unsigned frames)
     {
         timespec now{};
@@ -107,7 +107,6 @@ protected:
         const uint64_t half_a_second_ago = static_cast<uint64_t>(now.tv_sec) * 1'000'000'000 +
                                            static_cast<uint64_t>(now.tv_nsec) - 500'000'000;
         state().traffic[1].since = half_a_second_ago - frames * uint64_t{1'000'000'000};
-        sim::count_traffic(switch_);
     }
 
     const sim::Behaviour plain_;
@@ -123,18 +122,20 @@ TEST_F(Engines, TrafficIsCountedFrameByFrame)
     EXPECT_FALSE(sim::set_traffic(switch_, 2, 1));
     EXPECT_TRUE(sim::set_traffic(switch_, 1, 1));
     pass(10);
-    EXPECT_EQ(counters(0x21), ten);
     switch_.write(0x70, 0x00, 0x01);
     switch_.write(0x70, 0x00, 0x82);
     EXPECT_EQ(counters(0x71), "") << "neither without the bit nor of a port that does not count";
     switch_.write(0x70, 0x00, 0x81);
+    EXPECT_EQ(counters(0x71), ten);
     pass(25);
+    EXPECT_EQ(switch_.read(0x21, 0x60), 11u);
     EXPECT_EQ(counters(0x21), twenty_five);
     EXPECT_EQ(counters(0x71), ten);
     EXPECT_EQ(counters(0x20) + counters(0x28), "");
     switch_.write(0x02, 0x00, 0xFE);
     EXPECT_EQ(counters(0x21), twenty_five);
     pass(3); // fewer than are counted: the system has been restarted
+    EXPECT_EQ(switch_.read(0x21, 0x60), 11u);
     EXPECT_EQ(counters(0x21), twenty_five);
     switch_.write(0x02, 0x00, 0x01);
     EXPECT_EQ(counters(0x21), "");
@@ -171,7 +172,6 @@ TEST_F(Engines, EeeKeepsWhatThePhySupports)
     record.cmd = ETHTOOL_SEEE;
     record.reserved[0] = 2;
     record.advertised = ~0u;
-    record.tx_lpi_enabled = 1;
     record.tx_lpi_timer = 77;
     sim::Driver &driver = sim::session()->driver();
     EXPECT_EQ(driver.serve_eee(true, record), 0);
@@ -182,7 +182,69 @@ TEST_F(Engines, EeeKeepsWhatThePhySupports)
     EXPECT_EQ(record.advertised, record.supported);
     EXPECT_NE(record.advertised, 0u);
     EXPECT_EQ(std::tuple(record.eee_enabled, record.eee_active, record.tx_lpi_enabled, record.tx_lpi_timer),
-              std::tuple(0u, 0u, 1u, 77u));
+              std::tuple(0u, 0u, 0u, 77u));
+}
+
+// Entries grow old while the timer runs, all but static ones.
+TEST_F(Engines, AddressesAge)
+{
+    sim::ArlBin *bins = state().arl.bins;
+    const uint32_t timers[] = {0x10012C, 0x12C}; // 300 seconds, and switched off
+    for (const uint32_t timer : timers) {
+        switch_.write(0x02, 0x06, timer);
+        bins[0] = {1, sim::arl_valid, 0};
+        bins[1] = {1, sim::arl_valid | sim::arl_static, 0};
+        bins[2] = {1, sim::arl_valid, 1};
+        sim::let_time_pass(state(), 299);
+        EXPECT_EQ(std::tuple(bins[0].age, bins[1].age, bins[2].data == 0),
+                  std::tuple(299U, 0U, timer == timers[0]));
+        sim::let_time_pass(state(), 1);
+        EXPECT_EQ(std::tuple(bins[0].data == 0, bins[0].key == 0, bins[1].data != 0),
+                  std::tuple(timer == timers[0], timer == timers[0], true));
+        sim::let_time_pass(state(), ~0u);
+        EXPECT_EQ(bins[2].age, timer == timers[0] ? 0 : ~0u);
+    }
+}
+
+TEST_F(Engines, TheFieldProcessorClearsAllRules)
+{
+    switch_.write(0xA0, 0x10, 7);
+    switch_.write(0xA0, 0x00, 63 << 16 | 1 << 10 | 5);
+    switch_.write(0xA0, 0x00, 0x10);
+    EXPECT_EQ(state().cfp_slots[63][0], 7u) << "without a start";
+    switch_.write(0xA0, 0x00, 0x11);
+    EXPECT_EQ(state().cfp_slots[63][0], 0u);
+}
+
+// What one port negotiates leaves the other's bits alone.
+TEST_F(Engines, PhysShowTheirLink)
+{
+    const struct {
+        unsigned port, number;
+        uint16_t value;
+        const char *shown; // link, change, speed, duplex, pause
+    } steps[] = {
+        {0, 0, 0x2100, "103 1 20009 103 0"},   // 100 Mb/s, full duplex, forced
+        {0, 0, 0x2300, "103 0 20009 103 0"},   // a restart without negotiation
+        {1, 0, 0x0000, "103 2 20001 101 0"},   // 10 Mb/s, half duplex
+        {1, 0, 0x0040, "103 2 20009 101 0"},   // 1000 Mb/s
+        {0, 4, 0x0DE1, "103 0 20009 101 0"},   // to be negotiated
+        {0, 0, 0x1340, "103 1 2000a 101 201"}, // with pauses
+        {0, 9, 0x0100, "103 0 2000a 101 201"}, {0, 0, 0x1140, "103 0 2000a 101 201"},
+        {0, 0, 0x1340, "103 1 2000a 100 201"}, // half duplex
+        {0, 9, 0x0000, "103 0 2000a 100 201"}, {0, 4, 0x0021, "103 0 2000a 100 201"},
+        {0, 0, 0x1340, "103 1 20008 100 0"},   {0, 4, 0x0000, "103 0 20008 100 0"},
+        {0, 0, 0x1340, "102 1 20008 100 0"}, // nothing in common
+        {0, 0, 0x8000, "103 1 2000a 101 0"}, // a reset
+        {1, 0, 0x1940, "101 2 2000a 101 0"}, // without power
+    };
+    for (const auto &c : steps) {
+        sim::write_phy(switch_, c.port, c.number, c.value);
+        std::string shown;
+        for (const uint8_t offset : std::initializer_list<uint8_t>{0x00, 0x02, 0x04, 0x08, 0x0A})
+            shown += fmt::format("{}{:x}", shown.empty() ? "" : " ", switch_.read(0x01, offset));
+        EXPECT_EQ(shown, c.shown) << "step " << &c - steps;
+    }
 }
 
 } // namespace
