@@ -58,7 +58,9 @@ TEST_F(Restore, GoesBackUnlessConfirmed)
         // The program goes away, and its watcher, too.
         {"$e restore --yes --confirm 1 $f & waits; kill -9 $!; sleep 1.2", "", "forwarding\n"},
         {"$e restore --yes --confirm 1 $f & waits; pkill -9 -P $!; kill -9 $!; sleep 0.8; $e confirm",
-         "the change is gone: 0 s ago, nobody confirmed", "forwarding\n"},
+         "the change is gone: nobody confirmed the change within 1 s; went back: the switch is what it was, "
+         "0 s ago",
+         "forwarding\n"},
         {"$e restore --yes --confirm 1 $f & waits; pkill -9 -P $!; kill -9 $!; sleep 0.8; $e rollback",
          "went back: the switch is what it was", "forwarding\n"},
         // Whatever is in the file.

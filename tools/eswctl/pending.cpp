@@ -261,7 +261,7 @@ Record pending_now()
     throw Refused{!last ? "no change waits for its confirmation"
                   : last->kept
                       ? "no change waits for its confirmation; the last one was confirmed " + last->ago()
-                      : fmt::format("the change is gone: {}, {}", last->ago(), last->words)};
+                      : fmt::format("the change is gone: {}, {}", last->words, last->ago())};
 }
 
 Report keep_change(const Arguments &)
