@@ -68,7 +68,7 @@ TEST_F(LockStatements, AreTrue)
         SCOPED_TRACE(documented.name + ": " + documented.lock);
         const auto call =
             std::ranges::find_if(calls::all, [&](const calls::Call &c) { return c.name == documented.name; });
-        ASSERT_NE(call, calls::all.end());
+        ASSERT_NE(call, calls::all.end()) << "no row in fuzz/calls.cpp";
         const std::optional<size_t> port = port_of(documented);
         ++checked;
         Seen seen;
