@@ -182,45 +182,40 @@ TEST_F(Doors, EveryCallWithAPathReachesTheBoard)
     const int directory = open("/dev/shm", O_RDONLY | O_DIRECTORY);
     char target[64];
     const timespec times[2] = {{5, 0}, {7, 0}};
+    struct stat status = {};
+    const auto reads = [](int descriptor) { return close(descriptor) == 0; };
+    const auto streams = [](FILE *stream) { return stream && fclose(stream) == 0; };
+#define ON(name, ...)                                                                                        \
+    {                                                                                                        \
+#name, [&]([[maybe_unused]] const char *p) { return __VA_ARGS__; }                                   \
+    }
+    // clang-format off
     const struct {
         const char *what;
         std::function<bool(const char *path)> call;
     } calls[] = {
-        {"open", [](const char *p) { return close(open(p, O_RDONLY)) == 0; }},
-        {"open64", [](const char *p) { return close(open64(p, O_RDONLY)) == 0; }},
-        {"openat", [](const char *p) { return close(openat(AT_FDCWD, p, O_RDONLY)) == 0; }},
-        {"openat64", [](const char *p) { return close(openat64(AT_FDCWD, p, O_RDONLY)) == 0; }},
-        {"relative", [=](const char *) { return close(openat(directory, "vid_list.cfg", O_RDONLY)) == 0; }},
-        {"shm_open", [](const char *) { return close(shm_open("/vid_list.cfg", O_RDONLY, 0)) == 0; }},
-        {"fopen",
-         [](const char *p) {
-             FILE *f = fopen(p, "r");
-             return f && fclose(f) == 0;
-         }},
-        {"stat",
-         [](const char *p) {
-             struct stat s;
-             return stat(p, &s) == 0 && s.st_size == 5;
-         }},
-        {"lstat",
-         [](const char *p) {
-             struct stat s;
-             return lstat(p, &s) == 0 && s.st_size == 5;
-         }},
-        {"access", [](const char *p) { return access(p, W_OK) == 0; }},
-        {"readlink",
-         [&](const char *p) { return readlink(p, target, sizeof target) < 0 && errno == EINVAL; }},
-        {"chmod", [&](const char *p) { return chmod(p, 0640) == 0 && file_mode(real) == 0640; }},
-        {"fchmodat",
-         [&](const char *p) { return fchmodat(AT_FDCWD, p, 0600, 0) == 0 && file_mode(real) == 0600; }},
-        {"truncate", [&](const char *p) { return truncate(p, 5) == 0; }},
-        {"utimensat",
-         [&](const char *p) { return utimensat(AT_FDCWD, p, times, 0) == 0 && modified(real) == 7; }},
-        {"link", [&](const char *p) { return link(p, (real + "2").c_str()) == 0; }},
-        {"rename away", [&](const char *p) { return rename(p, (real + "3").c_str()) == 0; }},
-        {"rename back", [&](const char *p) { return rename((real + "3").c_str(), p) == 0; }},
-        {"unlink", [&](const char *p) { return unlink(p) == 0 && access(real.c_str(), F_OK) != 0; }},
+        ON(open, reads(open(p, O_RDONLY))),
+        ON(open64, reads(open64(p, O_RDONLY))),
+        ON(openat, reads(openat(AT_FDCWD, p, O_RDONLY))),
+        ON(openat64, reads(openat64(AT_FDCWD, p, O_RDONLY))),
+        ON(relative, reads(openat(directory, "vid_list.cfg", O_RDONLY))),
+        ON(shm_open, reads(shm_open("/vid_list.cfg", O_RDONLY, 0))),
+        ON(fopen, streams(fopen(p, "r"))),
+        ON(stat, stat(p, &status) == 0 && std::exchange(status.st_size, 0) == 5),
+        ON(lstat, lstat(p, &status) == 0 && std::exchange(status.st_size, 0) == 5),
+        ON(access, access(p, W_OK) == 0),
+        ON(readlink, readlink(p, target, sizeof target) < 0 && errno == EINVAL),
+        ON(chmod, chmod(p, 0640) == 0 && file_mode(real) == 0640),
+        ON(fchmodat, fchmodat(AT_FDCWD, p, 0600, 0) == 0 && file_mode(real) == 0600),
+        ON(truncate, truncate(p, 5) == 0),
+        ON(utimensat, utimensat(AT_FDCWD, p, times, 0) == 0 && modified(real) == 7),
+        ON(link, link(p, (real + "2").c_str()) == 0),
+        ON(rename away, rename(p, (real + "3").c_str()) == 0),
+        ON(rename back, rename((real + "3").c_str(), p) == 0),
+        ON(unlink, unlink(p) == 0 && access(real.c_str(), F_OK) != 0),
     };
+    // clang-format on
+#undef ON
     for (const char *const path : {"/dev/shm/vid_list.cfg", "/dev//shm/./vid_list.cfg",
                                    "/dev/shm/../shm/vid_list.cfg", "../dev/shm/vid_list.cfg"}) {
         std::filesystem::current_path("/tmp");
