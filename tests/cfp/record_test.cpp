@@ -59,6 +59,9 @@ TEST_F(CfpRecord, ClassARatesRoundDown)
 
 int32_t result; // of the setter that ran last
 
+#define SET(name, ...) [](eth_cfp_rule_t *r) { result = eth_cfp_util_rule_t_##name##_set(r, __VA_ARGS__); }
+#define BUILD(name, ...) [](eth_cfp_rule_t *r) { ethCfpRuleAction##name(r __VA_OPT__(, ) __VA_ARGS__); }
+
 TEST_F(CfpRecord, ClassBPolicers)
 {
     const struct {
@@ -67,27 +70,15 @@ TEST_F(CfpRecord, ClassBPolicers)
         size_t first;
         std::initializer_list<uint32_t> words;
     } cases[] = {
-        {7, [](auto *r) { result = eth_cfp_util_rule_t_rate_mode_set(r, 6); }, 0, {0x17}},
-        {all_ones, [](auto *r) { result = eth_cfp_util_rule_t_rate_mode_set(r, 4); }, 0, {0xFFFFFFE7}},
-        {all_ones,
-         [](auto *r) { result = eth_cfp_util_rule_t_rate_policer_action_set(r, 2); },
-         0,
-         {0xFFFFFFFD}},
-        {0, [](auto *r) { result = eth_cfp_util_rule_t_rate_policer_action_set(r, 3); }, 0, {2}},
-        {all_ones,
-         [](auto *r) { result = eth_cfp_util_rule_t_rate_color_mode_set(r, 0x100); },
-         0,
-         {0xFFFFFFFE}},
-        {0, [](auto *r) { result = eth_cfp_util_rule_t_rate_color_mode_set(r, all_ones); }, 0, {1}},
-        {9,
-         [](auto *r) { result = eth_cfp_util_rule_t_eir_set(r, 3000000, 2000); },
-         1,
-         {0x7FE000, 0xFFC00, 500000}},
-        {9, [](auto *r) { result = eth_cfp_util_rule_t_eir_set(r, 7, 1024); }, 1, {0x7FE000, 0xFFC00, 1}},
-        {9,
-         [](auto *r) { result = eth_cfp_util_rule_t_cir_set(r, 1999999, 1022); },
-         4,
-         {0x7FC000, 0xFF800, 499999}},
+        {7, SET(rate_mode, 6), 0, {0x17}},
+        {all_ones, SET(rate_mode, 4), 0, {0xFFFFFFE7}},
+        {all_ones, SET(rate_policer_action, 2), 0, {0xFFFFFFFD}},
+        {0, SET(rate_policer_action, 3), 0, {2}},
+        {all_ones, SET(rate_color_mode, 0x100), 0, {0xFFFFFFFE}},
+        {0, SET(rate_color_mode, all_ones), 0, {1}},
+        {9, SET(eir, 3000000, 2000), 1, {0x7FE000, 0xFFC00, 500000}},
+        {9, SET(eir, 7, 1024), 1, {0x7FE000, 0xFFC00, 1}},
+        {9, SET(cir, 1999999, 1022), 4, {0x7FC000, 0xFF800, 499999}},
     };
     for (const auto &c : cases) {
         gESWID = 0x5075;
@@ -107,23 +98,20 @@ TEST_F(CfpRecord, ActionsByClass)
         Change build;
         std::initializer_list<uint32_t> on_a, on_b;
     } cases[] = {
-        {all_ones, [](auto *r) { ethCfpRuleAction(r, 0, 0); }, {0xFE7FFE7F}, {0xFCFFFFFF, 0xFFFFE7FF}},
-        {0, [](auto *r) { ethCfpRuleAction(r, 3, 1); }, {0x00800180}, {0x03000000, 0x0800}},
-        {0, [](auto *r) { ethCfpRuleAction(r, 0x10000, 4); }, {0x02800000}, {0, 0x2000}}, // not cut
-        {all_ones, [](auto *r) { ethCfpRuleActionDst(r, 0, 0); }, {0xFF80FF80}, {0xFF003FFF, 0xFFFFF801}},
-        {0, [](auto *r) { ethCfpRuleActionDst(r, 0x41, 3); }, {0x00030041}, {0x00204000, 0x6}},
-        {0, [](auto *r) { ethCfpRuleActionDst(r, 0xC0, 0x340); }, {0x034000C0}, {0x00200000, 0x700}},
-        {0, [](auto *r) { ethCfpRuleActionDst(r, 0x10000, 2); }, {0x00030000}, {0x40000000, 0x4}},
-        {all_ones, [](auto *r) { ethCfpRuleActionChangeTc(r, 9); }, {all_ones, 0xFFFFE7FF}, {0xFFFFE7FF}},
-        {0, [](auto *r) { ethCfpRuleActionChangeTc(r, 0xF8); }, {0, 0x2000}, {0x2000}},
-        {all_ones,
-         [](auto *r) { ethCfpRuleActionChainId(r, 0xAB); },
-         {all_ones, 0xFFEAFFFF},
-         {all_ones, 0xFABFFFFF}},
-        {0, [](auto *r) { ethCfpRuleActionVlanBypass(r); }, {0, 1}, {1}},
-        {all_ones, [](auto *r) { ethCfpRuleActionVlanBypass(r); }, {all_ones}, {all_ones}},
-        {0, ethCfpRuleActionDropAll, {0x01000100}, {0x02000000, 0x1000}},
-        {all_ones, ethCfpRuleActionDropAll, {0xFF00FF00}, {0xFE003FFF, 0xFFFFF001}},
+        {all_ones, BUILD(, 0, 0), {0xFE7FFE7F}, {0xFCFFFFFF, 0xFFFFE7FF}},
+        {0, BUILD(, 3, 1), {0x00800180}, {0x03000000, 0x0800}},
+        {0, BUILD(, 0x10000, 4), {0x02800000}, {0, 0x2000}}, // not cut
+        {all_ones, BUILD(Dst, 0, 0), {0xFF80FF80}, {0xFF003FFF, 0xFFFFF801}},
+        {0, BUILD(Dst, 0x41, 3), {0x00030041}, {0x00204000, 0x6}},
+        {0, BUILD(Dst, 0xC0, 0x340), {0x034000C0}, {0x00200000, 0x700}},
+        {0, BUILD(Dst, 0x10000, 2), {0x00030000}, {0x40000000, 0x4}},
+        {all_ones, BUILD(ChangeTc, 9), {all_ones, 0xFFFFE7FF}, {0xFFFFE7FF}},
+        {0, BUILD(ChangeTc, 0xF8), {0, 0x2000}, {0x2000}},
+        {all_ones, BUILD(ChainId, 0xAB), {all_ones, 0xFFEAFFFF}, {all_ones, 0xFABFFFFF}},
+        {0, BUILD(VlanBypass), {0, 1}, {1}},
+        {all_ones, BUILD(VlanBypass), {all_ones}, {all_ones}},
+        {0, BUILD(DropAll), {0x01000100}, {0x02000000, 0x1000}},
+        {all_ones, BUILD(DropAll), {0xFF00FF00}, {0xFE003FFF, 0xFFFFF001}},
     };
     for (const auto &c : cases) {
         gESWID = class_a;

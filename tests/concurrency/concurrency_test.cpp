@@ -59,11 +59,12 @@ TEST_F(Concurrency, EightThreadsKeepWhatIsTheirs)
                    eth_vlan_port_get(vid, &members, &untagged[vid - 10]) == 0 && members == ports;
         };
     };
-    const auto mirrored = [](uint32_t port) {
-        return [port](uint32_t value) {
+    const auto flag = [](auto set, auto get, auto... port) {
+        return [=](uint32_t value) {
             uint32_t got = 5;
-            return eth_mirror_ingress_set(port, value & 1) == 0 && eth_mirror_ingress_get(port, &got) == 0 &&
-                   got == (value & 1);
+            int32_t changed = 5;
+            return set(port..., value & 1) == 0 && get(port..., &got) == 0 && got == (value & 1) &&
+                   eth_port_link_status_change_get(1, &changed) == 0;
         };
     };
     const auto address = [](uint8_t last) {
@@ -75,21 +76,12 @@ TEST_F(Concurrency, EightThreadsKeepWhatIsTheirs)
     const Step steps[] = {
         vlan(10),
         vlan(11),
-        mirrored(0),
-        mirrored(8),
+        flag(eth_mirror_ingress_set, eth_mirror_ingress_get, 0U),
+        flag(eth_mirror_ingress_set, eth_mirror_ingress_get, 8U),
         address(1),
         address(2),
-        [](uint32_t value) {
-            uint32_t got = 5;
-            return eth_vlan_bypass_CRC_set(value & 1) == 0 && eth_vlan_bypass_CRC_get(&got) == 0 &&
-                   got == (value & 1);
-        },
-        [](uint32_t value) {
-            uint32_t got = 5;
-            int32_t changed = 5;
-            return eth_vlan_drop_vtbl_miss_set(value & 1) == 0 && eth_vlan_drop_vtbl_miss_get(&got) == 0 &&
-                   got == (value & 1) && eth_port_link_status_change_get(1, &changed) == 0;
-        },
+        flag(eth_vlan_bypass_CRC_set, eth_vlan_bypass_CRC_get),
+        flag(eth_vlan_drop_vtbl_miss_set, eth_vlan_drop_vtbl_miss_get),
     };
     std::atomic<unsigned> wrong = 0;
     {

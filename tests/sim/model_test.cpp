@@ -238,6 +238,14 @@ TEST_F(Engines, PhysShowTheirLink)
         {0, 0, 0x8000, "103 1 2000a 101 0"}, // a reset
         {1, 0, 0x1940, "101 2 2000a 101 0"}, // without power
     };
+    for (const unsigned read_only : {1U, 2U, 3U, 5U, 6U, 10U, 15U})
+        sim::write_phy(switch_, 0, read_only, 0xFFFF);
+    std::string registers;
+    for (unsigned number = 0; number < sim::phy_register_count; ++number) {
+        const uint16_t value = sim::read_phy(switch_, 0, number);
+        registers += value ? fmt::format(" {}={:x}", number, value) : "";
+    }
+    EXPECT_EQ(registers, " 0=1140 1=796d 2=1 3=7811 4=1e1 5=c5e1 9=300 10=3c00 15=3000");
     for (const auto &c : steps) {
         sim::write_phy(switch_, c.port, c.number, c.value);
         std::string shown;
