@@ -29,6 +29,7 @@ Kind slot_or_auto()
             [](const std::string &text) -> Json {
                 return text == "auto" ? Json(automatic) : any_slot().parse(text);
             },
+            "VALUE",
             {},
             "cfp"};
 }

@@ -264,10 +264,7 @@ void set_meters(eth_cfp_rule_t &rule, const Json &wanted, bool by_option)
 
 // "0x00000003,0,0x0800"
 const Kind word_list = {"up to 8 words such as 0x3,0,0x0800",
-                        [](const std::string &text) -> Json { return split(text); },
-                        {},
-                        "",
-                        "N,N,..."};
+                        [](const std::string &text) -> Json { return split(text); }, "N,N,..."};
 
 Kind kind_of(const Member &member)
 {

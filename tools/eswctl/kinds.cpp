@@ -66,8 +66,6 @@ Kind number(uint64_t first, uint64_t last, const std::string &unit)
                 const auto value = parse_number(text);
                 return value && *value >= first && *value <= last ? Json(*value) : Json();
             },
-            {},
-            "",
             name};
 }
 
@@ -81,7 +79,7 @@ Kind one_of(const std::vector<uint32_t> &numbers)
                 const auto value = parse_number(text);
                 return value && std::ranges::find(numbers, *value) != numbers.end() ? Json(*value) : Json();
             },
-            words, "", name_of(words)};
+            name_of(words), words};
 }
 
 Kind choice(const std::vector<std::string> &words)
@@ -90,7 +88,7 @@ Kind choice(const std::vector<std::string> &words)
             [=](const std::string &text) -> Json {
                 return std::ranges::find(words, text) != words.end() ? Json(text) : Json();
             },
-            words, "", name_of(words)};
+            name_of(words), words};
 }
 
 Kind on_off()
@@ -99,9 +97,8 @@ Kind on_off()
             [](const std::string &text) -> Json {
                 return text == "on" || text == "off" ? Json(text == "on") : Json();
             },
-            {"on", "off"},
-            "",
-            "on|off"};
+            "on|off",
+            {"on", "off"}};
 }
 
 Kind text(const std::string &what)
@@ -121,8 +118,6 @@ Kind list_of(size_t count, const Kind &item)
                 }
                 return values.size() == count ? values : Json();
             },
-            {},
-            "",
             "N,N,..."};
 }
 
@@ -158,6 +153,7 @@ Kind vid_list()
                 }
                 return ascending(vids);
             },
+            "VALUE",
             {},
             "vlan"};
 }
@@ -169,8 +165,6 @@ Kind mac_address()
                 const auto mac = parse_mac(text);
                 return mac ? Json(from_mac(mac->data())) : Json();
             },
-            {},
-            "",
             "MAC"};
 }
 

@@ -16,9 +16,9 @@ namespace eswctl {
 struct Kind {
     std::string accepted; // completes "use ..."
     std::function<Json(const std::string &)> parse;
+    std::string name = "VALUE";          // stands for it in the usage of an option
     std::vector<std::string> words = {}; // all that it accepts, when that can be listed
     std::string source = "";             // what completion offers besides: "vlan", "cfp", "interface", "file"
-    std::string name = "VALUE";          // stands for it in the usage of an option
 };
 
 Kind number(uint64_t first, uint64_t last, const std::string &unit = ""); // hexadecimal with 0x, or decimal

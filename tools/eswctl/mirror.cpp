@@ -128,8 +128,6 @@ Kind divider_or_off()
             [](const std::string &text) -> Json {
                 return text == "off" ? Json(text) : number(0, last_divider).parse(text);
             },
-            {},
-            "",
             "N|off"};
 }
 

@@ -35,7 +35,7 @@ Kind port_list(const std::vector<uint32_t> &among, const std::string &other_word
                 }
                 return ascending(ports);
             },
-            words, "", "PORTS"};
+            "PORTS", words};
 }
 
 Json rows_of(const Arguments &arguments, const std::function<Json(uint32_t port)> &call)
@@ -78,7 +78,7 @@ Kind word_or_ports(const std::vector<std::string> &words)
             [=](const std::string &text) -> Json {
                 return std::ranges::find(words, text) != words.end() ? Json(text) : port_set().parse(text);
             },
-            offered};
+            "VALUE", offered};
 }
 
 Argument ports_to_show(const Kind &ports)
