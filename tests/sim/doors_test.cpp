@@ -275,6 +275,8 @@ TEST_F(Doors, BusyBitsClearAfterTheirLatencyOrStick)
 TEST_F(Doors, RegistersKeepTheirOwnWidth)
 {
     esw_reg_write(0x40, 0x05, 16, 0xFFFFFFFFFFFF1234);
+    for (const uint8_t half : {uint8_t{0x80}, uint8_t{0x10}}) // no reset
+        esw_reg_write(0x00, 0x79, 8, half);
     EXPECT_EQ(esw_reg_read(0x40, 0x05, 16), 0x1234u);
     esw_reg_write(0x00, 0x79, 8, 0x90);
     EXPECT_EQ(esw_reg_read(0x40, 0x05, 16), 1518u) << "a reset restores power-on contents";
@@ -375,9 +377,16 @@ TEST_F(Doors, ABoardThatNobodyGivesBackFailsRequests)
 {
     sim::lock_patience = 30;
     esw::RegisterRequest request = {.width = 8, .page = 0x05, .offset = 0x80};
+    esw::MiiRequest mii{"eth0", {.phy_id = 3, .reg_num = 1, .val_in = 0, .val_out = 0}, {}};
+    ethtool_eee record{};
+    record.cmd = ETHTOOL_GEEE;
+    record.reserved[0] = 1;
+    esw::RequestBlock eee{"eth0", &record, {}};
     const auto error = [&](void (*forge)(pthread_mutex_t &)) {
         forge(shared()->mutex);
         const int of_request = error_of(gFd, esw::request_write, &request);
+        EXPECT_EQ(error_of(gSocket, esw::request_mii_read, &mii), of_request);
+        EXPECT_EQ(error_of(gSocket, esw::request_eee_read, &eee), of_request);
         sim::initialise(*shared(), class_b);
         return of_request;
     };
@@ -413,6 +422,7 @@ TEST_F(Doors, ABoardThatFindsNoRoomIsNotMade)
     signal(SIGXFSZ, on_limit);
     EXPECT_FALSE(std::filesystem::exists(place + "/switch"));
     EXPECT_TRUE(sim::create_board(place.c_str(), class_b));
+    EXPECT_EQ(std::pair(file_mode(place), file_mode(place + "/switch")), std::pair(0700U, 0600U));
     const std::string file = place + "/switch";
     struct stat status = {};
     EXPECT_EQ(stat(file.c_str(), &status), 0);
