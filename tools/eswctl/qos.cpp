@@ -211,9 +211,12 @@ Report show_scheduler()
     return is_class_a() ? Report{scheduler_of_switch(), {scheduler_section}} : Report{};
 }
 
+// The ports have been read by then, whatever order a compiler has for arguments.
+Report below_scheduler(const Report &ports) { return append(show_scheduler(), ports); }
+
 Report show_cosq(const Arguments &)
 {
-    return append(show_scheduler(), port_table(every_port_shown, {{"cos", "CoS"}}, cos_of));
+    return below_scheduler(port_table(every_port_shown, {{"cos", "CoS"}}, cos_of));
 }
 
 Report map_cosq(const Arguments &arguments)
@@ -297,12 +300,11 @@ Report show(const Arguments &arguments)
 {
     std::vector<Column> columns = class_columns();
     columns.insert(columns.begin(), {"cos", "CoS"});
-    Report report =
-        append(show_scheduler(), port_table(every_port_shown, std::move(columns), [](uint32_t port) {
-                   Json row = cos_of(port);
-                   row.update(classes_of(port));
-                   return row;
-               }));
+    Report report = below_scheduler(port_table(every_port_shown, std::move(columns), [](uint32_t port) {
+        Json row = cos_of(port);
+        row.update(classes_of(port));
+        return row;
+    }));
     return append(std::move(report), show_dscp_map(arguments));
 }
 
