@@ -274,16 +274,19 @@ Report keep_change(const Arguments &)
 Report roll_back(const Arguments &arguments)
 {
     const bool when_due = arguments["--when-due"].get<bool>();
-    std::string outcome = "went back already";
-    if (!went_back) {
-        Record record = pending_now();
+    if (went_back)
+        return done("went back already", {{"rolled_back", true}});
+    Record record = pending_now();
+    for (;;) {
         const Event event = when_due ? next_event(record, false) : Event::given_up;
         const auto present = load(pending_file);
         if (event == Event::settled || !present || present->id != record.id)
             return done("settled already", {{"rolled_back", false}});
-        outcome = take_back(*present, event == Event::overdue ? overdue(record) : "taken back on request");
+        if (event == Event::overdue && present->left() != 0)
+            continue; // the change has just been made: its time begins now
+        const std::string why = event == Event::overdue ? overdue(record) : "taken back on request";
+        return done(take_back(*present, why), {{"rolled_back", true}});
     }
-    return done(outcome, {{"rolled_back", true}});
 }
 
 } // namespace
